@@ -1,0 +1,198 @@
+#include "game.h"
+
+#include <spdlog/fmt/fmt.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+#include "core_contract/method_id.h"
+#include "platform.h"
+#include "record_json.h"
+
+namespace zelk::host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kFrame{1};
+
+// Five minutes at least: the player may have to type a password into a browser.
+constexpr int32_t kPatienceTicks = 300'000;
+
+using Call = void (*)(const PluginLibrary&, const Request&);
+
+struct EntryPointRow {
+  const char* name;
+  Call call;
+};
+
+// In the order of EntryPoint.
+constexpr std::array kEntryPoints{
+    EntryPointRow{"zelk_epic_auth_login",
+                  [](const PluginLibrary& plugin, const Request& request) {
+                    plugin.login(request.params, request.permissions);
+                  }},
+    EntryPointRow{"zelk_epic_auth_auto_login",
+                  [](const PluginLibrary& plugin, const Request& request) {
+                    plugin.auto_login(request.params, request.permissions);
+                  }},
+    EntryPointRow{
+        "zelk_epic_auth_logout",
+        [](const PluginLibrary& plugin, const Request& request) { plugin.logout(request.params); }},
+    EntryPointRow{"zelk_epic_friend_queryfriends",
+                  [](const PluginLibrary& plugin, const Request& request) {
+                    plugin.query_friends(request.params, request.page, request.count,
+                                         request.is_in_game);
+                  }},
+};
+
+const EntryPointRow& Row(EntryPoint entry_point) {
+  return kEntryPoints[static_cast<std::size_t>(entry_point)];
+}
+
+BaseParams Params(MethodID method_id, const std::string& seq_id,
+                  const std::string& extra_json = "") {
+  return {.method_id = method_id, .seq_id = seq_id, .reserved_text = "", .extra_json = extra_json};
+}
+
+// EOS will try the friend query again; another result follows.
+bool IsRetryNotice(const Game::Result& result) {
+  constexpr int32_t kOperationWillRetry = 19;
+  const auto* friends = std::get_if<FriendResult>(&result.record);
+  return friends != nullptr && friends->ret_code == kResultThirdError &&
+         friends->third_code == kOperationWillRetry;
+}
+
+}  // namespace
+
+// A line on the terminal when ticking takes long; it is gone afterwards.
+class Game::Progress {
+ public:
+  explicit Progress(const Game& game) : game_(game) {}
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+  ~Progress() {
+    if (shown_) std::fputs("\r                                                  \r", stderr);
+  }
+
+  void Show() {
+    if (!visible_ || Clock::now() < next_) return;
+    next_ = Clock::now() + kInterval;
+    shown_ = true;
+    fmt::print(stderr, "\rtick {}, {} unanswered ", game_.ticks(), game_.Unanswered());
+    std::fflush(stderr);
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds kInterval{300};
+
+  const Game& game_;
+  const bool visible_ = StderrIsTerminal();
+  Clock::time_point next_ = Clock::now() + kInterval;
+  bool shown_ = false;
+};
+
+Request SignIn(const std::string& seq_id, const std::string& extra_json,
+               const std::string& permissions) {
+  return {.entry_point = EntryPoint::kLogin,
+          .params = Params(kMethodIDAuthLogin, seq_id, extra_json),
+          .permissions = permissions};
+}
+
+Request SignInAutomatically(const std::string& seq_id, const std::string& permissions) {
+  return {.entry_point = EntryPoint::kAutoLogin,
+          .params = Params(kMethodIDAuthAutoLogin, seq_id),
+          .permissions = permissions};
+}
+
+Request SignOut(const std::string& seq_id) {
+  return {.entry_point = EntryPoint::kLogout, .params = Params(kMethodIDAuthLogout, seq_id)};
+}
+
+Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool is_in_game) {
+  return {.entry_point = EntryPoint::kFriends,
+          .params = Params(kMethodIDFriendQueryFriends, seq_id),
+          .page = page,
+          .count = count,
+          .is_in_game = is_in_game};
+}
+
+const char* EntryPointName(EntryPoint entry_point) { return Row(entry_point).name; }
+
+Game::Game(const PluginLibrary& plugin, std::function<void(const Result&)> observer)
+    : plugin_(plugin), observer_(std::move(observer)) {}
+
+void Game::Issue(const Request& request) {
+  ++waiting_[request.params.seq_id];
+  Row(request.entry_point).call(plugin_, request);
+  Deliver();
+}
+
+void Game::Tick(int32_t times) {
+  Progress progress(*this);
+  for (int32_t i = 0; i < times; ++i) {
+    ++ticks_;
+    plugin_.update();
+    Deliver();
+    progress.Show();
+  }
+}
+
+void Game::Frame() {
+  Tick();
+  std::this_thread::sleep_for(kFrame);
+}
+
+void Game::Drain(int32_t max_ticks) {
+  Progress progress(*this);
+  for (int32_t i = 0; i < max_ticks && Unanswered() > 0; ++i) {
+    Frame();
+    progress.Show();
+  }
+}
+
+std::optional<Game::Result> Game::Ask(const Request& request) {
+  last_answer_.reset();
+  Issue(request);
+  Drain(kPatienceTicks);
+  return last_answer_;
+}
+
+void Game::Shutdown() {
+  shut_down_ = true;
+  plugin_.shutdown();
+  Deliver();
+}
+
+int Game::Finish() {
+  if (!shut_down_) Shutdown();
+  const int unanswered = Unanswered();
+  if (unanswered > 0) fmt::print(stderr, "{} request(s) stayed unanswered\n", unanswered);
+  return failed_ || unanswered > 0 ? 1 : 0;
+}
+
+void Game::Deliver() {
+  core_standin::DrainTaskQueue([this](const Result& result) {
+    Account(result);
+    observer_(result);
+  });
+}
+
+void Game::Account(const Result& result) {
+  if (IsRetryNotice(result)) return;
+  if (Base(result.record).ret_code != kResultSuccess) failed_ = true;
+  last_answer_.emplace(result);
+  const auto request = waiting_.find(result.seq_id);
+  if (request != waiting_.end() && --request->second == 0) waiting_.erase(request);
+}
+
+int Game::Unanswered() const {
+  int count = 0;
+  for (const auto& [seq_id, requests] : waiting_) count += requests;
+  return count;
+}
+
+}  // namespace zelk::host

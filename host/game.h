@@ -1,0 +1,85 @@
+// The core and the game as the plugin sees them: makes requests, ticks, takes the results off the
+// task queue and keeps the account of which request was answered. One thread.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "plugin_library.h"
+#include "zelk_core_standin.h"
+
+namespace zelk::host {
+
+enum class EntryPoint { kLogin, kAutoLogin, kLogout, kFriends };
+
+struct Request {
+  EntryPoint entry_point;
+  BaseParams params;
+  std::string permissions = {};  // of a login
+  int32_t page = 0;              // of a friend query, as what follows
+  int32_t count = 0;
+  bool is_in_game = false;
+};
+
+// The requests of a player.
+inline constexpr char kAllPermissions[] = "basic_profile,friends_list,presence";
+Request SignIn(const std::string& seq_id, const std::string& extra_json,
+               const std::string& permissions = kAllPermissions);
+Request SignInAutomatically(const std::string& seq_id,
+                            const std::string& permissions = kAllPermissions);
+Request SignOut(const std::string& seq_id);
+Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool is_in_game);
+
+// "zelk_epic_auth_login" and the like.
+const char* EntryPointName(EntryPoint entry_point);
+
+class Game {
+ public:
+  using Result = core_standin::CommittedResult;
+
+  // `observer` sees every result as soon as the call that caused it has returned. `plugin` outlives
+  // the game.
+  Game(const PluginLibrary& plugin, std::function<void(const Result&)> observer);
+
+  void Issue(const Request& request);
+  void Tick(int32_t times = 1);
+
+  // A tick and about a millisecond of doing something else.
+  void Frame();
+
+  // Frames until every request is answered or `max_ticks` are over.
+  void Drain(int32_t max_ticks);
+
+  // Issues and drains, with a person's patience. Without a value the request stayed unanswered.
+  std::optional<Result> Ask(const Request& request);
+
+  // May be called again.
+  void Shutdown();
+
+  // Shuts down, says on standard error what is unanswered, and returns the exit status of it all.
+  int Finish();
+
+  // Any thread.
+  int64_t ticks() const { return ticks_; }
+
+ private:
+  class Progress;
+
+  void Deliver();
+  void Account(const Result& result);
+  int Unanswered() const;
+
+  const PluginLibrary& plugin_;
+  std::function<void(const Result&)> observer_;
+  std::map<std::string, int> waiting_;  // requests without an answer, by seq_id
+  std::optional<Result> last_answer_;
+  std::atomic<int64_t> ticks_ = 0;
+  bool failed_ = false;
+  bool shut_down_ = false;
+};
+
+}  // namespace zelk::host

@@ -1,0 +1,19 @@
+// Result records as JSON, field by field in the order in which the records declare them.
+#pragma once
+
+#include "output.h"
+#include "zelk_core_standin.h"
+
+namespace zelk::host {
+
+const BaseResult& Base(const core_standin::Record& record);
+
+// "AuthPluginResult" and the like.
+const char* TypeName(const core_standin::Record& record);
+
+Json RecordJson(const core_standin::Record& record);
+
+// {"event":"result",...}
+Json ResultEvent(const core_standin::CommittedResult& result);
+
+}  // namespace zelk::host

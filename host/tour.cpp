@@ -1,0 +1,121 @@
+#include "tour.h"
+
+#include <spdlog/fmt/fmt.h>
+
+#include "core_contract/method_id.h"
+#include "record_json.h"
+#include "transcript.h"
+
+namespace zelk::host {
+namespace {
+
+constexpr std::string_view kIndent = "             ";
+constexpr int32_t kFriendsPerPage = 10;
+
+void PrintHeading(const std::string& heading) {
+  PrintText("\n" + Styled(Style::kBold, heading) + "\n");
+}
+
+// A block of lines; the first of them carries its name.
+void PrintBlock(std::string_view name, std::string text) {
+  if (text.empty()) return;
+  const std::string label = fmt::format("  {:<{}}", name, kIndent.size() - 2);
+  PrintText(Styled(Style::kDim, label) + text.substr(kIndent.size()));
+}
+
+std::vector<Row> Arguments(const Request& request) {
+  const int32_t method_id = request.params.method_id;
+  std::vector<Row> rows{
+      {"method", fmt::format("{} ({})", method_id, kMethodIDNames.at(method_id))}};
+  if (!request.params.extra_json.empty()) {
+    rows.push_back({"parameters", request.params.extra_json});
+  }
+  if (!request.permissions.empty()) rows.push_back({"permissions", request.permissions});
+  if (request.entry_point == EntryPoint::kFriends) {
+    rows.push_back({"page", fmt::format("{}, of {} friends each", request.page, request.count)});
+  }
+  return rows;
+}
+
+void PrintRequest(const Request& request) {
+  PrintBlock("request", fmt::format("{}{}\n", kIndent, EntryPointName(request.entry_point)) +
+                            Table(Arguments(request), kIndent));
+}
+
+Row WorkRow(const Work& work) {
+  const std::string call = work.about.empty() ? work.call : work.call + ", " + work.about;
+  if (work.is_open) return {call, "", "no completion"};
+  if (work.outcome.empty()) return {call};
+  return {call, fmt::format("{} tick{}", work.ticks, work.ticks == 1 ? "" : "s"), work.outcome};
+}
+
+void PrintWork(const std::vector<Work>& work) {
+  std::vector<Row> rows;
+  for (const Work& item : work) rows.push_back(WorkRow(item));
+  PrintBlock("EOS", Table(rows, kIndent));
+}
+
+struct Details {
+  std::string operator()(const BaseResult&) const { return ""; }
+  std::string operator()(const AuthPluginResult& result) const {
+    return SignInText(result, kIndent);
+  }
+  std::string operator()(const FriendResult& result) const {
+    return result.ret_code == kResultSuccess ? FriendsText(result, page, kIndent) : "";
+  }
+
+  int32_t page;
+};
+
+void PrintResult(const Request& request, const Game::Result& result) {
+  const BaseResult& base = Base(result.record);
+  const Style style = base.ret_code == kResultSuccess ? Style::kGood : Style::kBad;
+  PrintBlock("result", fmt::format("{}{}, {}\n", kIndent, TypeName(result.record),
+                                   Styled(style, Outcome(base))));
+  PrintText(std::visit(Details{request.page}, result.record));
+}
+
+std::optional<Game::Result> Step(Game& game, WorkRecorder& recorder, const std::string& heading,
+                                 const Request& request) {
+  PrintHeading(heading);
+  PrintRequest(request);
+  const std::optional<Game::Result> result = game.Ask(request);
+  if (result.has_value()) recorder.EndLookUp("answered");
+  TickUntilComplete(game, recorder);
+  PrintWork(recorder.Take());
+  if (result.has_value()) PrintResult(request, *result);
+  return result;
+}
+
+// The friends after this page, by the document that comes with it.
+bool HasMore(const std::optional<Game::Result>& result) {
+  if (!result.has_value()) return false;
+  const Json document = Document(Base(result->record).extra_json.c_str());
+  return document.value("current", 0) < document.value("total", 0);
+}
+
+void ListAllFriends(Game& game, WorkRecorder& recorder) {
+  bool more = true;
+  for (int32_t page = 1; more; ++page) {
+    const std::string name = fmt::format("friends-{}", page);
+    more = HasMore(Step(game, recorder, fmt::format("List friends, page {}", page),
+                        ListFriends(name, page, kFriendsPerPage, false)));
+  }
+}
+
+}  // namespace
+
+void TourFirstProcess(Game& game, WorkRecorder& recorder) {
+  const std::string portal = R"({"LoginMode":"AccountPortal"})";
+  Step(game, recorder, "Sign in through the account portal", SignIn("sign-in", portal));
+  ListAllFriends(game, recorder);
+  Step(game, recorder, "Sign out, which forgets the sign-in", SignOut("sign-out"));
+  Step(game, recorder, "Sign in through the portal once more", SignIn("sign-in-again", portal));
+}
+
+void TourNextProcess(Game& game, WorkRecorder& recorder) {
+  Step(game, recorder, "In a new process: sign in automatically from what was kept",
+       SignInAutomatically("auto-sign-in"));
+}
+
+}  // namespace zelk::host

@@ -1,0 +1,15 @@
+// The tour: a player's way through everything that the plugin does, as a transcript.
+#pragma once
+
+#include "game.h"
+#include "work_recorder.h"
+
+namespace zelk::host {
+
+// Signs in, lists friends page by page, signs out, signs in again. `recorder` gets the log.
+void TourFirstProcess(Game& game, WorkRecorder& recorder);
+
+// Signs in automatically from what the first process left behind.
+void TourNextProcess(Game& game, WorkRecorder& recorder);
+
+}  // namespace zelk::host

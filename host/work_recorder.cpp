@@ -1,0 +1,128 @@
+#include "work_recorder.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace zelk::host {
+namespace {
+
+constexpr std::string_view kLookUp = "EOS_UserInfo_QueryUserInfo";
+
+// Lines that begin work otherwise than by "Call EOS_X". One is followed by its like that ends in
+// "End".
+struct BeginRow {
+  std::string_view text;
+  std::string_view call;
+  std::string_view about;
+};
+constexpr std::array kBegins{
+    BeginRow{"call EOS_Auth_Login", "EOS_Auth_Login", "persistent authorisation"},
+    BeginRow{"enter default login flow", "EOS_Auth_Login", "login mode"},
+    BeginRow{"epic logout", "EOS_Auth_Logout", ""},
+    BeginRow{"epic logout", "EOS_Auth_DeletePersistentAuth", ""},
+    BeginRow{"call EOS_Friends_QueryFriends", "EOS_Friends_QueryFriends", ""},
+    BeginRow{"SteamFriend::QueryFriends, Create thread failed", kLookUp, "each friend"},
+};
+
+// How a completion's line begins, and what stands in front of the EOS result in it.
+struct EndRow {
+  std::string_view text;
+  std::string_view call;
+  std::string_view before_outcome;
+};
+constexpr std::array kEnds{
+    EndRow{"Login complete", "EOS_Auth_Login", "msg:"},
+    EndRow{"Connect Login complete", "EOS_Connect_Login", "msg:"},
+    EndRow{"Connect Create User complete", "EOS_Connect_CreateUser", "msg:"},
+    EndRow{"LoginEndWithThirdError", "EOS_Connect_CreateUser", "err_msg:"},
+    EndRow{"Query UserInfo complete", "EOS_UserInfo_QueryUserInfo", "msg:"},
+    EndRow{"queryfriends complete", "EOS_Friends_QueryFriends", "msg:"},
+    EndRow{"[EOS SDK] Logout Success", "EOS_Auth_Logout", ""},
+    EndRow{"[EOS SDK] Logout Failed", "EOS_Auth_Logout", "Result: "},
+    EndRow{"[EOS SDK] DeletePersistentAuth Success", "EOS_Auth_DeletePersistentAuth", ""},
+    EndRow{"[EOS SDK] DeletePersistentAuth Failed", "EOS_Auth_DeletePersistentAuth", "Failed: "},
+};
+
+bool HasCompletion(std::string_view call) {
+  return std::any_of(kEnds.begin(), kEnds.end(),
+                     [call](const EndRow& row) { return row.call == call; });
+}
+
+// Without the "[seq_id], " or "[seq_id] " of a request's lines.
+std::string_view Body(std::string_view text) {
+  if (!text.starts_with('[') || text.starts_with("[EOS SDK]")) return text;
+  const std::size_t end = text.find(']');
+  const std::size_t body = text.find_first_not_of("], ", end);
+  return body < text.size() ? text.substr(body) : text;
+}
+
+// X in "Call EOS_X ...", "" in every other line. Conversions of identifiers are no work.
+std::string_view AnnouncedCall(std::string_view text) {
+  if (!text.starts_with("Call EOS_")) return "";
+  text.remove_prefix(5);
+  std::string_view call = text.substr(0, text.find_first_of(" ,:"));
+  if (call.starts_with("EOS_EpicAccountId_")) return "";
+  if (call.ends_with("Options")) call.remove_suffix(7);
+  return call;
+}
+
+std::string OutcomeIn(std::string_view text, const EndRow& row) {
+  if (row.before_outcome.empty()) return "EOS_Success";
+  const std::size_t found = text.find(row.before_outcome);
+  if (found == std::string_view::npos) return "";
+  return std::string(text.substr(found + row.before_outcome.size()));
+}
+
+}  // namespace
+
+bool WorkRecorder::HasOpenWork() {
+  const std::scoped_lock lock(mutex_);
+  return std::any_of(work_.begin(), work_.end(), [](const Work& work) { return work.is_open; });
+}
+
+void WorkRecorder::EndLookUp(const std::string& outcome) {
+  const std::scoped_lock lock(mutex_);
+  End(kLookUp, outcome);
+}
+
+std::vector<Work> WorkRecorder::Take() {
+  const std::scoped_lock lock(mutex_);
+  return std::exchange(work_, {});
+}
+
+void WorkRecorder::sink_it_(const spdlog::details::log_msg& line) {
+  const std::string_view text = Body({line.payload.data(), line.payload.size()});
+  const std::string_view call = AnnouncedCall(text);
+  if (!call.empty()) Begin(call, "");
+  for (const BeginRow& row : kBegins) {
+    if (text.starts_with(row.text) && !text.ends_with(", End")) Begin(row.call, row.about);
+  }
+  for (const EndRow& row : kEnds) {
+    if (text.starts_with(row.text)) End(row.call, OutcomeIn(text, row));
+  }
+}
+
+void WorkRecorder::Begin(std::string_view call, std::string_view about) {
+  work_.push_back({.call = std::string(call),
+                   .about = std::string(about),
+                   .is_open = HasCompletion(call),
+                   .begin = game_.ticks()});
+}
+
+void WorkRecorder::End(std::string_view call, const std::string& outcome) {
+  for (Work& work : work_) {
+    if (!work.is_open || work.call != call) continue;
+    work.is_open = false;
+    work.ticks = game_.ticks() - work.begin;
+    work.outcome = outcome;
+    return;
+  }
+}
+
+void TickUntilComplete(Game& game, WorkRecorder& recorder) {
+  constexpr int32_t kLongest = 5000;
+  for (int32_t i = 0; i < kLongest && recorder.HasOpenWork(); ++i) game.Frame();
+}
+
+}  // namespace zelk::host

@@ -1,0 +1,116 @@
+// EpicAuth: the EOS platform of the process and the player's sign-in. The entry points call it on
+// the core's thread, EOS calls its callbacks inside a tick; all of it runs under the EOS lock,
+// except GetInstance and the log bridge, which may run on any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "core_contract/base_params.h"
+#include "eos_auth_types.h"
+#include "eos_common.h"
+#include "eos_connect_types.h"
+#include "eos_logging.h"
+#include "eos_types.h"
+#include "eos_userinfo_types.h"
+#include "zelk_epic_pending.h"
+
+namespace zelk {
+
+struct LoginClientData;
+struct LoginRequest;
+
+// Writes a message of EOS into the SDK's log. Any thread; takes no lock.
+void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message);
+
+class EpicAuth {
+ public:
+  // The one instance, created by the first call and never destroyed. Any thread; never null.
+  static EpicAuth* GetInstance();
+
+  // --- the platform ---
+
+  // Brings EOS up when it is not. False when EOS could not be initialised or the platform not
+  // created; the next call then tries again. After a shutdown it is true, and there is no platform.
+  bool InitEpic(const BaseParams& params);
+  // Drives EOS; nothing without a platform.
+  void Tick();
+  // Releases the platform for good, and answers what EOS has not answered.
+  void ShutDown();
+
+  EOS_HPlatform platform() const { return epic_platform_handle_; }
+  // The signed-in account's text; empty when nobody is signed in.
+  const std::string& account_id() const { return epic_account_id_; }
+
+  // --- conversions: each logs what it converts; empty when there is nothing or EOS refuses ---
+
+  static std::string EpicAccountIdToString(EOS_EpicAccountId id);
+  static std::string EpicProductIdToString(EOS_ProductUserId id);
+  static std::string EpicEResultToString(EOS_EResult result);
+  // Whatever EOS makes of the text, null and invalid handles included.
+  static EOS_EpicAccountId EpicAccountIdFromString(std::string openid);
+
+  // --- sign-in ---
+
+  // Starts a login. Its answer is committed before this returns, or comes with a completion. When
+  // this throws, the request has not been answered and will not be.
+  void Login(const BaseParams& params, const std::string& permissions);
+  // Answer a login with an AuthResult; the request stays the caller's.
+  void LoginEndWithInvalidArgument(const BaseParams& params, const std::string& argument_name);
+  void LoginEndWithThirdError(const BaseParams& params, int32_t err_code,
+                              const std::string& err_msg);
+
+  static void EOS_CALL LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data);
+  void ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> request);
+  static void EOS_CALL ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackInfo* data);
+  void ConnectCreateUser(EOS_ContinuanceToken continuance_token, Pending<LoginRequest> request);
+  static void EOS_CALL ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* data);
+  static void EOS_CALL ConnectAuthExpirationCb(const EOS_Connect_AuthExpirationCallbackInfo* data);
+
+  // A product user was created: ask for the player's user info.
+  void OnEpicPlatfromLoginSuccess(std::string local_product_userid, Pending<LoginRequest> request);
+  static void EOS_CALL
+  QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallbackInfo* data);
+  // Answers the login with success; the display name is read when `ok`.
+  void OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> request);
+
+  // --- sign-out ---
+
+  // Answered before it returns. When this throws, the request has not been answered.
+  void Logout(const BaseParams* params);
+  static void EOS_CALL LogoutCompleteCallbackFn(const EOS_Auth_LogoutCallbackInfo* data);
+  static void EOS_CALL
+  DeletePersistentAuthCallback(const EOS_Auth_DeletePersistentAuthCallbackInfo* data);
+
+ private:
+  EpicAuth();
+
+  bool CreatePlatform();
+  bool FetchAuthInterface();
+  void IssueFirstLogin(const BaseParams& params, int32_t scope_flags,
+                       Pending<LoginClientData> client_data);
+  void RegisterForConnect();
+  void IssueDefaultLogin(Pending<LoginClientData> client_data);
+  void StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id);
+  bool IssueConnectLogin(const EOS_Auth_Token& token, Pending<LoginRequest>& request);
+  void EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
+                         const std::string& result_text);
+  std::string CopyDisplayName();
+  void CommitLogin(const BaseParams& params, const std::string& nickname);
+  void ClearLogin();
+
+  bool init_ = false;
+  EOS_HConnect epic_connect_handle_ = nullptr;
+  EOS_NotificationId auth_expiration_notify_id_ = 0;
+  std::string access_token_;
+  uint64_t expires_in_ = 0;  // seconds
+  std::string refresh_token_;
+  uint64_t refresh_expires_in_ = 0;  // seconds
+  EOS_HPlatform epic_platform_handle_ = nullptr;
+  std::string epic_account_id_;
+
+  static EOS_HAuth epic_auth_handle_;
+  static std::string local_product_userid_;
+};
+
+}  // namespace zelk

@@ -1,0 +1,35 @@
+// The plugin's boundary: nothing thrown inside it reaches the core, EOS or the system. Every entry
+// point, EOS callback and thread start does its work in here.
+#pragma once
+
+#include <exception>
+
+#include "zelk_epic_log.h"
+
+namespace zelk {
+
+// Runs `action`. When it throws, a line says so and `answer` answers the request, if one is known
+// that still waits for its answer.
+template <class Action, class Answer>
+void AtBoundary(const char* function, Action action, Answer answer) noexcept {
+  try {
+    action();
+    return;
+  } catch (const std::exception& error) {
+    ZELK_LOG_AS(function, kLogError, "exception: %s", error.what());
+  } catch (...) {
+    ZELK_LOG_AS(function, kLogError, "unknown exception");
+  }
+  try {
+    answer();
+  } catch (...) {
+    ZELK_LOG_AS(function, kLogError, "the request could not be answered");
+  }
+}
+
+template <class Action>
+void AtBoundary(const char* function, Action action) noexcept {
+  AtBoundary(function, action, [] {});
+}
+
+}  // namespace zelk

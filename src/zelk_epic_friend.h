@@ -1,0 +1,55 @@
+// EpicFriend: the signed-in player's friends, page by page. The entry point calls it on the core's
+// thread, EOS calls its callbacks inside a tick; a worker thread per page asks for the friends'
+// details. All of it runs under the EOS lock, the worker one EOS call at a time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "core_contract/base_params.h"
+#include "core_contract/results.h"
+#include "core_contract/sdk_vector.h"
+#include "eos_friends_types.h"
+#include "eos_userinfo_types.h"
+
+namespace zelk {
+
+using PersonList = zelk_tp_stl_c::vector<PersonInfo>;
+
+class EpicFriend {
+ public:
+  // The one instance, created by the first call and never destroyed. Any thread; never null.
+  static EpicFriend* GetInstance();
+
+  // Starts a friend query. Its answer is committed before this returns, or comes with a completion.
+  // When this throws, the request has not been answered and will not be.
+  void QueryFriends(const BaseParams& params, int32_t page, int32_t count, bool is_in_game);
+
+  // Commits the failure of a friend query; the request stays the caller's.
+  static void OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code, std::string ret_msg,
+                                   int32_t third_code, std::string third_msg);
+
+  // Commits what the workers left for the tick thread to answer. Called by every tick.
+  static void AnswerForWorkers();
+  // After the platform was released: answers the pages that workers still work on.
+  static void AnswerAfterShutdown();
+
+ private:
+  EpicFriend() = default;
+
+  static void EOS_CALL
+  QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbackInfo* data);
+
+  // Asks for the details of the friends of a page, on a thread of its own if one can be had. The
+  // answer is committed on the tick thread.
+  void QueryFirendsInfoInThread(const BaseParams& params,
+                                const std::shared_ptr<const PersonList>& friends, int32_t current,
+                                int32_t total, bool is_in_game);
+  // What the worker runs; owns its context, a FriendsInfoThreadContext. Always 0.
+  static uint32_t QueryFriendsInfoThreadProc(void* context);
+  static void EOS_CALL
+  QueryFriendUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallbackInfo* data);
+};
+
+}  // namespace zelk

@@ -1,0 +1,57 @@
+#include "core_contract/task_queue.h"
+
+#include <mutex>
+#include <utility>
+
+#include "zelk_core_standin.h"
+
+namespace zelk {
+namespace {
+
+using core_standin::CommittedResult;
+
+class TaskQueue {
+ public:
+  void Push(CommittedResult result) {
+    const std::scoped_lock lock(mutex_);
+    results_.push_back(std::move(result));
+  }
+
+  std::vector<CommittedResult> TakeAll() {
+    const std::scoped_lock lock(mutex_);
+    return std::exchange(results_, {});
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<CommittedResult> results_;
+};
+
+// Never destroyed: threads may commit until the process ends.
+TaskQueue& Queue() {
+  static TaskQueue& queue = *new TaskQueue;
+  return queue;
+}
+
+}  // namespace
+
+template <class T>
+void InnerObserverHolder<T>::CommitToTaskQueue(const T& result, unsigned int observer_id,
+                                               const SdkString& seq_id, bool flag) {
+  Queue().Push({result, observer_id, seq_id.c_str(), flag});
+}
+
+// Said once more for ELF, where an instantiation is as hidden as the types it is made for.
+template class ZELK_CORE_API InnerObserverHolder<BaseResult>;
+template class ZELK_CORE_API InnerObserverHolder<AuthResult>;
+template class ZELK_CORE_API InnerObserverHolder<AuthPluginResult>;
+template class ZELK_CORE_API InnerObserverHolder<FriendResult>;
+
+std::size_t core_standin::DrainTaskQueue(
+    const std::function<void(const CommittedResult&)>& observer) {
+  const std::vector<CommittedResult> results = Queue().TakeAll();
+  for (const CommittedResult& result : results) observer(result);
+  return results.size();
+}
+
+}  // namespace zelk

@@ -1,0 +1,55 @@
+#include "persistent_auth.h"
+
+#include "files.h"
+#include "log.h"
+
+namespace eos_standin {
+namespace {
+
+using enum EOS_ELogLevel;
+
+constexpr const char* kFileName = "EOS_PersistentAuth.json";
+
+std::string PathOf(const Platform& platform) { return platform.cache_directory + "/" + kFileName; }
+
+// The account of a file's text; nothing for a text that KeepPersistentAuth did not write.
+std::optional<Key> AccountIn(const std::string& text) {
+  const Json json = Json::parse(text, nullptr, false);
+  const auto is_text = [&json](const char* name) {
+    return json.contains(name) && json[name].is_string();
+  };
+  if (!is_text("account_id") || !is_text("refresh_token")) return std::nullopt;
+  return ParseKey(json["account_id"].get<std::string>());
+}
+
+std::nullptr_t Warn(const char* what, const Platform& platform) {
+  Log(kLogAuth, EOS_LOG_Warning, "Persistent authorisation ", what, ": ", PathOf(platform));
+  return nullptr;
+}
+
+}  // namespace
+
+void KeepPersistentAuth(const Platform& platform, const Session& session) {
+  if (platform.cache_directory.empty()) return;
+  const Json json{{"account_id", session.id->text}, {"refresh_token", session.refresh_token}};
+  if (StoreFile(platform.cache_directory, kFileName, json.dump(2) + "\n")) return;
+  Log(kLogAuth, EOS_LOG_Error, "Persistent authorisation cannot be written: ", PathOf(platform));
+}
+
+const Account* PersistedAccount(const Platform& platform) {
+  if (platform.cache_directory.empty()) return nullptr;
+  const auto text = LoadFile(PathOf(platform));
+  if (!text) return Warn("is not there", platform);
+  const auto id = AccountIn(*text);
+  if (!id) return Warn("is damaged", platform);
+  const Account* account = TheWorld().Find(*id);
+  return account == nullptr ? Warn("is for an unknown account", platform) : account;
+}
+
+bool ForgetPersistentAuth(const Platform& platform) {
+  if (platform.cache_directory.empty() || RemoveFile(PathOf(platform))) return true;
+  Log(kLogAuth, EOS_LOG_Error, "Persistent authorisation cannot be removed: ", PathOf(platform));
+  return false;
+}
+
+}  // namespace eos_standin

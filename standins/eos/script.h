@@ -1,0 +1,65 @@
+// What tests and the world file ask of the library (rules, order, hook, record) and what it reports
+// of its callers. Behind the functions of scripting/eos_standin.h; any thread.
+//
+// The switches are relaxed atomics and the lock is taken only where one is on: otherwise the
+// library would order its callers' threads, and hide their races from a thread sanitizer.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "describe.h"
+#include "eos_standin.h"
+#include "functions.h"
+#include "world.h"
+
+namespace eos_standin {
+
+// What the rules make of one call; as it stands here when none applies.
+struct Scripted {
+  EOS_EResult result = EOS_EResult::EOS_Success;
+  int64_t after_ticks = 1;
+  bool null_data = false;
+  bool null_client_data = false;
+  bool null_texts = false;
+
+  // A rule that gives success leaves the call its own result.
+  bool Fails() const { return result != EOS_EResult::EOS_Success; }
+};
+
+// Uses up one turn of the rule that applies. `about` is the text of the account the call is about.
+Scripted TakeRule(Function function, std::string_view about);
+
+bool Recording();
+void Record(Function function, Json options);
+void RunHook(Function function);
+void ReportMisuse(std::string_view rule, Function function, std::string_view detail = {});
+
+CompletionOrder OrderOfCompletions();
+uint64_t ShuffleSeed();
+bool CompletesOnRelease();
+
+enum class Expiration { kNone, kReported, kReportedWithoutData };
+Expiration TakeExpiration();
+
+// The world set by SetWorld; null when there is none.
+std::unique_ptr<World> TakeWorld();
+// Puts in force what a world file says beside its accounts.
+void ApplyScript(const WorldScript& script);
+
+// What is out, counted where it goes out and comes back.
+struct OutstandingCounts {
+  std::atomic<int64_t> auth_tokens{0};
+  std::atomic<int64_t> user_infos{0};
+  std::atomic<int64_t> operations{0};
+};
+extern OutstandingCounts outstanding_counts;
+
+inline void Count(std::atomic<int64_t>& counter, int64_t change) {
+  counter.fetch_add(change, std::memory_order_relaxed);
+}
+
+}  // namespace eos_standin

@@ -1,0 +1,212 @@
+// The default key-value store: all entries in memory, and in one file that every change replaces.
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "core_contract/log.h"
+#include "core_contract/mmkv.h"
+#include "replace_file.h"
+#include "zelk_foundation_standin.h"
+
+#define ZELK_LOG_ERROR(...)                                                                       \
+  Log::GetInstance()->OutputLog(kLogError, "ZELK", false, false, "key_value_store.cpp", __func__, \
+                                __LINE__, __VA_ARGS__)
+
+namespace zelk {
+namespace {
+
+namespace fs = std::filesystem;
+using Entries = std::map<std::string, std::string>;
+
+constexpr int kVersion = 1;
+
+// For the log.
+std::string Utf8(const fs::path& path) {
+  const std::u8string text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
+bool IsUtf8(const std::string& text) {
+  try {
+    nlohmann::json(text).dump();
+    return true;
+  } catch (const nlohmann::json::type_error&) {
+    return false;
+  }
+}
+
+std::string ToText(const Entries& entries) {
+  const nlohmann::ordered_json document{{"version", kVersion}, {"entries", entries}};
+  return document.dump();
+}
+
+// Nothing when the text is not what ToText writes.
+std::optional<Entries> FromText(const std::string& text) {
+  const auto document = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+  const auto version = document.find("version");
+  const auto members = document.find("entries");
+  if (!document.is_object() || document.size() != 2) return {};
+  if (version == document.end() || !version->is_number_integer() || *version != kVersion) return {};
+  if (members == document.end() || !members->is_object()) return {};
+  Entries entries;
+  for (const auto& [key, value] : members->items()) {
+    if (!value.is_string()) return {};
+    entries.emplace(key, value.get_ref<const std::string&>());
+  }
+  return entries;
+}
+
+std::optional<std::string> ReadAll(const fs::path& file) {
+  std::error_code error;
+  if (!fs::is_regular_file(file, error)) return {};
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream.is_open()) return {};
+  std::string text;
+  char block[4096];
+  while (stream.read(block, sizeof block), stream.gcount() > 0) {
+    text.append(block, static_cast<std::size_t>(stream.gcount()));
+  }
+  if (stream.bad()) return {};
+  return text;
+}
+
+// "zelk_store.json.damaged", or the first of "-2", "-3" and so on that is not taken.
+fs::path FreeNameBeside(const fs::path& file) {
+  std::error_code error;
+  fs::path name = file;
+  name += ".damaged";
+  for (int number = 2; fs::exists(fs::symlink_status(name, error)); ++number) {
+    name = file;
+    name += ".damaged-" + std::to_string(number);
+  }
+  return name;
+}
+
+bool SetAside(const fs::path& file) {
+  const fs::path aside = FreeNameBeside(file);
+  std::error_code error;
+  fs::rename(file, aside, error);
+  if (error) {
+    ZELK_LOG_ERROR("[%s] is damaged and cannot be set aside as [%s]: %s; nothing will be stored",
+                   Utf8(file).c_str(), Utf8(aside).c_str(), error.message().c_str());
+    return false;
+  }
+  ZELK_LOG_ERROR("[%s] is damaged, set aside as [%s]", Utf8(file).c_str(), Utf8(aside).c_str());
+  return true;
+}
+
+class Store {
+ public:
+  void SetDirectory(const fs::path& directory) {
+    const std::scoped_lock lock(mutex_);
+    directory_ = directory;
+    entries_.reset();
+  }
+
+  bool Set(const std::string& key, const std::string& value) {
+    if (!IsUtf8(key) || !IsUtf8(value)) {
+      ZELK_LOG_ERROR("what is to be stored for [%s] is not valid UTF-8", key.c_str());
+      return false;
+    }
+    const std::scoped_lock lock(mutex_);
+    Loaded().insert_or_assign(key, value);
+    return Save();
+  }
+
+  bool Get(const std::string& key, std::string& value) {
+    const std::scoped_lock lock(mutex_);
+    const Entries& entries = Loaded();
+    const auto entry = entries.find(key);
+    const bool found = entry != entries.end();
+    value = found ? entry->second : "";
+    return found;
+  }
+
+  void Remove(const std::string& key) {
+    const std::scoped_lock lock(mutex_);
+    if (Loaded().erase(key) > 0) Save();
+  }
+
+ private:
+  fs::path File() const { return directory_ / foundation_standin::kStoreFileName; }
+
+  Entries& Loaded() {
+    if (!entries_) Load();
+    return *entries_;
+  }
+
+  void Load() {
+    entries_.emplace();
+    replaceable_ = true;
+    std::error_code error;
+    if (fs::status(File(), error).type() == fs::file_type::not_found) return;
+    const std::optional<std::string> text = ReadAll(File());
+    if (!text) {
+      ZELK_LOG_ERROR("[%s] cannot be read; nothing will be stored", Utf8(File()).c_str());
+      replaceable_ = false;
+      return;
+    }
+    if (std::optional<Entries> read = FromText(*text)) {
+      entries_ = std::move(read);
+    } else {
+      replaceable_ = SetAside(File());
+    }
+  }
+
+  bool Save() {
+    if (!replaceable_) {
+      ZELK_LOG_ERROR("not stored: [%s] could not be read and is kept", Utf8(File()).c_str());
+      return false;
+    }
+    std::error_code error;
+    fs::create_directories(directory_, error);
+    if (!error) error = ReplaceContents(File(), ToText(*entries_));
+    if (error) {
+      ZELK_LOG_ERROR("[%s] cannot be written: %s", Utf8(File()).c_str(), error.message().c_str());
+    }
+    return !error;
+  }
+
+  static fs::path TemporaryDirectory() {
+    std::error_code error;
+    return fs::temp_directory_path(error);
+  }
+
+  std::mutex mutex_;
+  fs::path directory_ = TemporaryDirectory();
+  std::optional<Entries> entries_;  // empty until first needed
+  bool replaceable_ = false;        // false while the file may hold entries that were not read
+};
+
+// Never destroyed: threads may use it until the process ends.
+Store& DefaultStore() {
+  static Store& store = *new Store;
+  return store;
+}
+
+}  // namespace
+
+MMKV* MMKV::defaultMMKV(MMKVMode /*mode*/, std::string* /*crypt_key*/) {
+  static MMKV mmkv;
+  return &mmkv;
+}
+
+bool MMKV::set(const std::string& value, const std::string& key) {
+  return DefaultStore().Set(key, value);
+}
+
+bool MMKV::getString(const std::string& key, std::string& value) {
+  return DefaultStore().Get(key, value);
+}
+
+void MMKV::removeValueForKey(const std::string& key) { DefaultStore().Remove(key); }
+
+void foundation_standin::SetStoreDirectory(const fs::path& directory) {
+  DefaultStore().SetDirectory(directory);
+}
+
+}  // namespace zelk

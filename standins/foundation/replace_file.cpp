@@ -1,0 +1,114 @@
+#include "replace_file.h"
+
+#include <string>
+
+#if defined(_WIN32)
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#endif
+
+namespace zelk {
+namespace {
+
+using std::filesystem::path;
+
+#if defined(_WIN32)
+
+std::string ProcessId() { return std::to_string(GetCurrentProcessId()); }
+
+std::error_code LastError() { return {static_cast<int>(GetLastError()), std::system_category()}; }
+
+std::error_code WriteAll(HANDLE file, std::string_view contents) {
+  constexpr std::size_t kLargestWrite = 1 << 20;
+  while (!contents.empty()) {
+    const auto size = static_cast<DWORD>(contents.substr(0, kLargestWrite).size());
+    DWORD written = 0;
+    if (!WriteFile(file, contents.data(), size, &written, nullptr)) return LastError();
+    contents.remove_prefix(written);
+  }
+  return FlushFileBuffers(file) ? std::error_code() : LastError();
+}
+
+std::error_code WriteNewFile(const path& file, std::string_view contents) {
+  const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return LastError();
+  const std::error_code error = WriteAll(handle, contents);
+  CloseHandle(handle);
+  return error;
+}
+
+std::error_code MoveIntoPlace(const path& from, const path& to) {
+  constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+  return MoveFileExW(from.c_str(), to.c_str(), kFlags) ? std::error_code() : LastError();
+}
+
+#else
+
+std::string ProcessId() { return std::to_string(getpid()); }
+
+std::error_code LastError() { return {errno, std::generic_category()}; }
+
+std::error_code WriteAll(int file, std::string_view contents) {
+  while (!contents.empty()) {
+    const ssize_t written = write(file, contents.data(), contents.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return LastError();
+    contents.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return fsync(file) == 0 ? std::error_code() : LastError();
+}
+
+std::error_code WriteNewFile(const path& file, std::string_view contents) {
+  // What is there was left by a killed process that had this id, or was planted.
+  unlink(file.c_str());
+  const int handle = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (handle < 0) return LastError();
+  std::error_code error = WriteAll(handle, contents);
+  if (close(handle) != 0 && !error) error = LastError();
+  return error;
+}
+
+// A rename outlives a power failure once its directory is flushed.
+std::error_code FlushDirectory(const path& directory) {
+  const int handle = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (handle < 0) return LastError();
+  // Some file systems cannot flush a directory and need not.
+  const bool flushed = fsync(handle) == 0 || errno == EINVAL;
+  const std::error_code error = flushed ? std::error_code() : LastError();
+  close(handle);
+  return error;
+}
+
+std::error_code MoveIntoPlace(const path& from, const path& to) {
+  if (std::rename(from.c_str(), to.c_str()) != 0) return LastError();
+  return FlushDirectory(to.parent_path());
+}
+
+#endif
+
+}  // namespace
+
+std::error_code ReplaceContents(const path& file, std::string_view contents) {
+  // Beside the file, as a rename works within one file system only; with the process in its name,
+  // so that two processes never write to the same one.
+  path temporary = file;
+  temporary += ".tmp-" + ProcessId();
+  std::error_code error = WriteNewFile(temporary, contents);
+  if (!error) error = MoveIntoPlace(temporary, file);
+  if (error) {
+    std::error_code ignored;
+    std::filesystem::remove(temporary, ignored);
+  }
+  return error;
+}
+
+}  // namespace zelk

@@ -1,0 +1,114 @@
+// The SDK's own types, and what the library shows to the outside.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <set>
+#include <string>
+
+#include "core_contract/method_id.h"
+#include "core_contract/sdk_string.h"
+#include "core_contract/sdk_vector.h"
+#include "zelk_foundation_standin.h"
+
+namespace zelk_test {
+namespace {
+
+using zelk::SdkString;
+using zelk::foundation_standin::NodesOut;
+
+TEST(SdkString, HoldsATextUpToItsFirstNul) {
+  const struct {
+    SdkString string;
+    const char* text;
+    uint64_t nodes;
+  } rows[] = {
+      {SdkString(), "", 0},
+      {SdkString(static_cast<const char*>(nullptr)), "", 0},
+      {SdkString(""), "", 0},
+      {SdkString(std::string("a\0b", 3)), "a", 1},
+      {SdkString(std::string("\0b", 2)), "", 0},
+      {SdkString("text"), "text", 1},
+  };
+  for (const auto& row : rows) {
+    EXPECT_STREQ(row.string.c_str(), row.text);
+    EXPECT_EQ(row.string.size(), std::string(row.text).size());
+    EXPECT_EQ(row.string.empty(), row.nodes == 0);
+  }
+  EXPECT_EQ(NodesOut(), 2);
+}
+
+TEST(SdkString, OwnsANodeOfItsOwn) {
+  {
+    SdkString first("first");
+    SdkString second(first);
+    first = "changed";
+    EXPECT_STREQ(second.c_str(), "first");
+    second = *&second;
+    EXPECT_STREQ(second.c_str(), "first");
+    second = first;
+    first = static_cast<const char*>(nullptr);
+    EXPECT_STREQ(second.c_str(), "changed");
+    zelk::foundation_standin::FailNodeAllocations(1);
+    second = "no memory";
+    EXPECT_STREQ(second.c_str(), "");
+    EXPECT_EQ(NodesOut(), 0);
+  }
+  EXPECT_EQ(zelk::foundation_standin::NodesMisused(), 0);
+}
+
+TEST(SdkVector, GrowsByDoublingAndCopiesExactly) {
+  zelk::zelk_tp_stl_c::vector<SdkString> list;
+  EXPECT_EQ(list.capacity(), 0U);
+  const uint64_t capacities[] = {1, 2, 4, 4, 8};
+  for (const uint64_t capacity : capacities) {
+    list.push_back(list.empty() ? SdkString("x") : list[0]);  // an element of its own
+    EXPECT_EQ(list.capacity(), capacity);
+    EXPECT_STREQ(list[list.size() - 1].c_str(), "x");
+  }
+  zelk::zelk_tp_stl_c::vector<SdkString> copy;
+  copy = list;
+  EXPECT_EQ(copy.size(), 5U);
+  EXPECT_EQ(copy.capacity(), 5U);
+  copy = *&copy;
+  EXPECT_EQ(copy.size(), 5U);
+  const zelk::zelk_tp_stl_c::vector<SdkString> reserved(32);
+  EXPECT_EQ(reserved.capacity(), 32U);
+  EXPECT_TRUE(reserved.empty());
+}
+
+TEST(MethodId, EveryOneHasItsValueAndItsName) {
+  EXPECT_EQ(zelk::kMethodIDNames.size(), 132U);
+  const std::pair<int, const char*> rows[] = {
+      {0, "kMethodIDUndefine"},          {101, "kMethodIDAuthAutoLogin"},
+      {102, "kMethodIDAuthLogin"},       {110, "KMethodIDAuthScheme"},
+      {141, "kMethodIDAuthCancelAccountDeletion"}, {203, "kMethodIDFriendQueryFriends"},
+      {302, "kMethodIDWebviewGetEncryptURL"},      {307, "kMethodIDWebViewToolbarShare"},
+      {412, "kMethodIDPushDeleteLocalNotifications"}, {602, "KMethodIDToolsConvertShortUrl"},
+      {706, "kMethodIDAnalyticsReportEvent"}, {727, "kMethodIDAnalyticsAddSessionTag"},
+      {737, "kMethodIDAnalyticsGetDeviceInfo"}, {1008, "kMethodIDUpdateModifyDownloadPriority"},
+      {1601, "kMethodIDApplyPermission"}, {2005, "kMethodIDPermissionTrackingCheck"}};
+  for (const auto& [id, name] : rows) EXPECT_EQ(zelk::kMethodIDNames.at(id), name);
+  for (const int id : {306, 705, 715, 719, 728, 1501}) {
+    EXPECT_FALSE(zelk::kMethodIDNames.contains(id)) << id;
+  }
+}
+
+#if !defined(_WIN32)
+TEST(PluginFile, ExportsItsSevenEntryPointsOnly) {
+  std::set<std::string> exports;
+  FILE* nm = popen("nm -D --defined-only --format=just-symbols '" ZELK_PLUGIN_FILE "'", "r");
+  ASSERT_NE(nm, nullptr);
+  char line[512];
+  while (std::fgets(line, sizeof line, nm) != nullptr) {
+    exports.insert(std::string(line).substr(0, std::string(line).find('\n')));
+  }
+  EXPECT_EQ(pclose(nm), 0);
+  EXPECT_EQ(exports, (std::set<std::string>{
+                         "zelk_epic_auth_login", "zelk_epic_auth_auto_login",
+                         "zelk_epic_auth_logout", "zelk_epic_update", "zelk_epic_shutdown",
+                         "zelk_epic_friend_queryfriends", ZELK_SEND_MESSAGE_SYMBOL}));
+}
+#endif
+
+}  // namespace
+}  // namespace zelk_test

@@ -1,0 +1,457 @@
+// The EOS stand-in as its callers see it. Each case is run in a process of its own: the library
+// starts and ends once in a process.
+#include "eos_standin.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <random>
+#include <thread>
+
+#include "eos_auth.h"
+#include "eos_connect.h"
+#include "eos_friends.h"
+#include "eos_sdk.h"
+#include "eos_userinfo.h"
+
+namespace eos_standin {
+namespace {
+
+using enum EOS_EResult;
+using enum EOS_ELoginCredentialType;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kPlayer = "912af0dff974604f1321254ca8ff38b6";
+constexpr const char* kFriend = "00000000000000000000000000000f01";
+
+const Json kWorld = Json::parse(R"({
+  "accounts": [
+    {"name": "player", "password": "secret", "exchange_code": "code", "display_name": "Player",
+     "account_id": "912af0dff974604f1321254ca8ff38b6", "product_user_id": null,
+     "friends": [{"account_id": "00000000000000000000000000000f01", "status": "InviteSent"},
+                 {"account_id": "00000000000000000000000000000bad"}],
+     "generated_friends": 100000},
+    {"account_id": "00000000000000000000000000000f01", "display_name": "Ann", "nickname": ""}]})");
+
+std::string FreshDirectory() {
+  const auto path = std::filesystem::temp_directory_path() /
+                    ("eos_standin_test_" + std::to_string(std::random_device{}()));
+  return path.string();
+}
+
+// What a completion said, kept beyond the callback.
+struct Answer {
+  std::vector<EOS_EResult> results;
+  EOS_EpicAccountId account = nullptr;
+  EOS_ContinuanceToken continuance_token = nullptr;
+  const char* user_code = nullptr;
+};
+
+template <class Info>
+Answer& Note(const Info* data) {
+  Answer& answer = *static_cast<Answer*>(data->ClientData);
+  answer.results.push_back(data->ResultCode);
+  return answer;
+}
+
+void EOS_CALL OnLogin(const EOS_Auth_LoginCallbackInfo* data) {
+  Answer& answer = Note(data);
+  answer.account = data->LocalUserId;
+  if (data->PinGrantInfo != nullptr) answer.user_code = data->PinGrantInfo->UserCode;
+}
+void EOS_CALL OnConnect(const EOS_Connect_LoginCallbackInfo* data) {
+  Note(data).continuance_token = data->ContinuanceToken;
+}
+
+struct EosStandin : testing::Test {
+  EosStandin() {
+    SetWorld(kWorld);
+    EOS_InitializeOptions options{};
+    options.ApiVersion = 3;
+    options.ProductName = "test";
+    EXPECT_EQ(EOS_Initialize(&options), EOS_Success);
+    NewPlatform();
+  }
+  ~EosStandin() override { std::filesystem::remove_all(directory); }
+
+  void NewPlatform() {
+    EOS_Platform_Options options{};
+    options.ApiVersion = 7;
+    options.CacheDirectory = directory.c_str();
+    platform = EOS_Platform_Create(&options);
+    auth = EOS_Platform_GetAuthInterface(platform);
+    connect = EOS_Platform_GetConnectInterface(platform);
+    friends = EOS_Platform_GetFriendsInterface(platform);
+    user_info = EOS_Platform_GetUserInfoInterface(platform);
+  }
+
+  void StartLogin(Answer& answer, EOS_ELoginCredentialType type, const char* id,
+                  const char* token) {
+    EOS_Auth_Credentials credentials{2, id, token, type, nullptr, {}};
+    const EOS_Auth_LoginOptions options{2, &credentials, EOS_EAuthScopeFlags::EOS_AS_NoFlags, 0};
+    EOS_Auth_Login(auth, &options, &answer, &OnLogin);
+  }
+  Answer Login(EOS_ELoginCredentialType type = EOS_LCT_Password, const char* id = "player",
+               const char* token = "secret") {
+    Answer answer;
+    StartLogin(answer, type, id, token);
+    Tick();
+    return answer;
+  }
+  void Tick(int times = 1) {
+    for (int i = 0; i < times; ++i) EOS_Platform_Tick(platform);
+  }
+
+  EOS_Auth_Token* Token(const char* account = kPlayer) {
+    const EOS_Auth_CopyUserAuthTokenOptions options{1};
+    EOS_Auth_Token* token = nullptr;
+    EOS_Auth_CopyUserAuthToken(auth, &options, EOS_EpicAccountId_FromString(account), &token);
+    return token;
+  }
+  EOS_EResult CopyUserInfo(const char* target, EOS_UserInfo** info) {
+    const EOS_UserInfo_CopyUserInfoOptions options{1, Id(kPlayer), Id(target)};
+    return EOS_UserInfo_CopyUserInfo(user_info, &options, info);
+  }
+  EOS_UserInfo* OwnUserInfo() {
+    EOS_UserInfo* info = nullptr;
+    CopyUserInfo(kPlayer, &info);
+    return info;
+  }
+  EOS_EResult QueryUserInfo(EOS_EpicAccountId target) {
+    const EOS_UserInfo_QueryUserInfoOptions options{1, Id(kPlayer), target};
+    Answer answer;
+    EOS_UserInfo_QueryUserInfo(
+        user_info, &options, &answer,
+        [](const EOS_UserInfo_QueryUserInfoCallbackInfo* data) { Note(data); });
+    Tick();
+    return answer.results.at(0);
+  }
+  static EOS_EpicAccountId Id(const char* text) { return EOS_EpicAccountId_FromString(text); }
+
+  std::string directory = FreshDirectory();
+  EOS_HPlatform platform{};
+  EOS_HAuth auth{};
+  EOS_HConnect connect{};
+  EOS_HFriends friends{};
+  EOS_HUserInfo user_info{};
+};
+
+// --- what no caller may do ---
+
+void QueryFriends(EOS_HFriends handle) {
+  const EOS_Friends_QueryFriendsOptions options{1, nullptr};
+  EOS_Friends_QueryFriends(handle, &options, nullptr, nullptr);
+}
+
+void TickBesideAnotherThread(EosStandin& eos) {
+  SetHook([](const std::string& call) {
+    if (call != "EOS_Platform_Tick") return;
+    std::thread([] { EOS_EResult_ToString(EOS_Success); }).join();
+  });
+  eos.Tick();
+}
+
+void ReleaseLate(EosStandin& eos, EOS_Auth_Token* token, EOS_UserInfo* info) {
+  EOS_Platform_Release(eos.platform);
+  EOS_Auth_Token_Release(token);
+  EOS_UserInfo_Release(info);
+}
+
+struct MisuseRow {
+  const char* rule;
+  void (*provoke)(EosStandin& eos);
+};
+void PrintTo(const MisuseRow& row, std::ostream* out) { *out << row.rule; }
+
+constexpr MisuseRow kMisuses[] = {
+    {"overlapping-call", &TickBesideAnotherThread},
+    {"released-handle", [](auto& eos) { EOS_Platform_Release(eos.platform), eos.Tick(); }},
+    {"null-handle", [](auto&) { QueryFriends(nullptr); }},
+    {"unknown-handle", [](auto& eos) { QueryFriends(reinterpret_cast<EOS_HFriends>(eos.auth)); }},
+    {"null-options", [](auto& eos) { EOS_Friends_GetFriendsCount(eos.friends, nullptr); }},
+    {"after-shutdown", [](auto& eos) { EOS_Shutdown(), eos.Tick(); }},
+    {"token-released-twice",
+     [](auto& eos) {
+       EOS_Auth_Token* token = eos.Token();
+       EOS_Auth_Token_Release(token), EOS_Auth_Token_Release(token);
+     }},
+    {"token-leaked", [](auto& eos) { eos.Token(), EOS_Platform_Release(eos.platform); }},
+    {"token-after-platform", [](auto& eos) { ReleaseLate(eos, eos.Token(), nullptr); }},
+    {"user-info-released-twice",
+     [](auto& eos) {
+       EOS_UserInfo* info = eos.OwnUserInfo();
+       EOS_UserInfo_Release(info), EOS_UserInfo_Release(info);
+     }},
+    {"user-info-leaked", [](auto& eos) { eos.OwnUserInfo(), EOS_Shutdown(); }},
+    {"user-info-after-platform", [](auto& eos) { ReleaseLate(eos, nullptr, eos.OwnUserInfo()); }},
+};
+
+struct EosMisuse : EosStandin, testing::WithParamInterface<MisuseRow> {};
+
+TEST_P(EosMisuse, IsReportedByItsRule) {
+  const std::string rule = GetParam().rule;
+  Login();
+  ASSERT_TRUE(Misuses().empty());
+  GetParam().provoke(*this);
+  // What comes back late was first missed.
+  ASSERT_EQ(Misuses().size(), rule.ends_with("-after-platform") ? 2u : 1u);
+  EXPECT_EQ(Misuses().back().rule, rule);
+}
+INSTANTIATE_TEST_SUITE_P(All, EosMisuse, testing::ValuesIn(kMisuses), [](const auto& row) {
+  std::string name = row.param.rule;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+});
+
+TEST_F(EosStandin, AllowsWhatIsNoMisuse) {
+  EXPECT_EQ(EOS_Platform_GetAuthInterface(nullptr), nullptr);
+  Login();
+  EOS_Auth_Token_Release(Token());
+  EOS_UserInfo_Release(OwnUserInfo());
+  // A call inside a callback, and one on another thread after the last has returned.
+  SetHook([](const std::string&) {});
+  std::thread([&] { Tick(); }).join();
+  EOS_Platform_Release(platform);
+  EXPECT_EQ(EOS_Shutdown(), EOS_Success);
+  EXPECT_EQ(EOS_Shutdown(), EOS_NotConfigured);
+  EXPECT_STREQ(EOS_EResult_ToString(EOS_NotConfigured), "EOS_NotConfigured");
+  EXPECT_TRUE(Misuses().empty());
+}
+
+// --- credentials ---
+
+TEST_F(EosStandin, AnswersEachKindOfCredentials) {
+  struct Row {
+    EOS_ELoginCredentialType type;
+    const char* id;
+    const char* token;
+    EOS_EResult result;
+  };
+  const Row rows[] = {
+      {EOS_LCT_PersistentAuth, nullptr, nullptr, EOS_InvalidAuth},
+      {EOS_LCT_PersistentAuth, "", nullptr, EOS_InvalidParameters},
+      {EOS_LCT_Password, "player", "wrong", EOS_InvalidCredentials},
+      {EOS_LCT_Password, "player", nullptr, EOS_InvalidParameters},
+      {EOS_LCT_Developer, nullptr, "secret", EOS_InvalidParameters},
+      {EOS_LCT_ExchangeCode, "player", "code", EOS_InvalidParameters},
+      {EOS_LCT_ExchangeCode, nullptr, "wrong", EOS_InvalidCredentials},
+      {EOS_LCT_AccountPortal, nullptr, "", EOS_InvalidParameters},
+      {EOS_LCT_Password, "player", "secret", EOS_Success},
+      {EOS_LCT_Developer, "player", "secret", EOS_Success},
+      {EOS_LCT_ExchangeCode, nullptr, "code", EOS_Success},
+      {EOS_LCT_AccountPortal, nullptr, nullptr, EOS_Success},
+      {EOS_LCT_PersistentAuth, nullptr, nullptr, EOS_Success},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    const Answer answer = Login(row.type, row.id, row.token);
+    EXPECT_EQ(answer.results, std::vector{row.result});
+    EXPECT_EQ(answer.account, row.result == EOS_Success ? Id(kPlayer) : nullptr);
+  }
+}
+
+TEST_F(EosStandin, RefusesUnknownVersions) {
+  for (const int32_t version : {0, EOS_AUTH_LOGIN_API_LATEST + 1}) {
+    EOS_Auth_LoginOptions options{};
+    options.ApiVersion = version;
+    Answer answer;
+    EOS_Auth_Login(auth, &options, &answer, &OnLogin);
+    Tick();
+    EXPECT_EQ(answer.results, std::vector{EOS_VersionMismatch});
+  }
+}
+
+TEST_F(EosStandin, KeepsThePersistentAuthorisationUntilItIsDeleted) {
+  const auto persistent = [&] { return Login(EOS_LCT_PersistentAuth, nullptr, nullptr).results; };
+  const std::string file = directory + "/EOS_PersistentAuth.json";
+  Login();
+  EOS_Platform_Release(platform);
+  NewPlatform();
+  EXPECT_EQ(persistent(), std::vector{EOS_Success});
+  for (const char* damage :
+       {"{", "[]", "{}", R"({"account_id":"x","refresh_token":""})",
+        R"({"account_id":"00000000000000000000000000000bad","refresh_token":""})"}) {
+    std::ofstream(file) << damage;
+    EXPECT_EQ(persistent(), std::vector{EOS_InvalidAuth}) << damage;
+  }
+  Login();
+  EXPECT_EQ(persistent(), std::vector{EOS_Success});
+  const EOS_Auth_DeletePersistentAuthOptions options{2, nullptr};
+  EOS_Auth_DeletePersistentAuth(auth, &options, nullptr, nullptr);
+  Tick();
+  EXPECT_FALSE(std::filesystem::exists(file));
+  EXPECT_EQ(persistent(), std::vector{EOS_InvalidAuth});
+}
+
+TEST_F(EosStandin, SignsInWhereTheAuthorisationCannotBeKept) {
+  std::ofstream(directory) << "a file where the directory should be";
+  static int errors = 0;
+  EOS_Logging_SetCallback([](const EOS_LogMessage* message) {
+    if (message->Level == EOS_ELogLevel::EOS_LOG_Error) ++errors;
+  });
+  EXPECT_EQ(Login().results, std::vector{EOS_Success});
+  EXPECT_EQ(errors, 1);
+}
+
+// --- completions ---
+
+TEST_F(EosStandin, RunsACompletionAgainAfterAPinAndARetry) {
+  AddRule({.call = "EOS_Auth_Login", .result = 19});
+  Answer answer;
+  StartLogin(answer, EOS_LCT_DeviceCode, nullptr, nullptr);
+  Tick();
+  EXPECT_EQ(answer.results, std::vector{EOS_OperationWillRetry});
+  Tick();
+  EXPECT_EQ(answer.results.back(), EOS_Auth_PinGrantCode);
+  EXPECT_EQ(std::string(answer.user_code).find_first_not_of('#'), std::string::npos);
+  Tick(2);
+  EXPECT_EQ(OutstandingNow().operations, 1);
+  Tick();
+  const std::vector expected{EOS_OperationWillRetry, EOS_Auth_PinGrantCode, EOS_Success};
+  EXPECT_EQ(answer.results, expected);
+  EXPECT_EQ(OutstandingNow().operations, 0);
+}
+
+TEST_F(EosStandin, RunsTheCompletionsOfATickInTheScriptedOrder) {
+  for (const auto order : {CompletionOrder::kInOrder, CompletionOrder::kReversed}) {
+    SetCompletionOrder(order);
+    static std::vector<int> seen;
+    seen.clear();
+    int numbers[] = {0, 1, 2};
+    const EOS_Friends_QueryFriendsOptions options{1, nullptr};
+    for (int& number : numbers) {
+      EOS_Friends_QueryFriends(friends, &options, &number,
+                               [](const EOS_Friends_QueryFriendsCallbackInfo* data) {
+                                 seen.push_back(*static_cast<int*>(data->ClientData));
+                               });
+    }
+    Tick();
+    const bool reversed = order == CompletionOrder::kReversed;
+    EXPECT_EQ(seen, (reversed ? std::vector{2, 1, 0} : std::vector{0, 1, 2}));
+  }
+}
+
+TEST_F(EosStandin, DropsOrCancelsWhatIsOutstandingAtRelease) {
+  for (const bool complete : {false, true}) {
+    CompleteOnRelease(complete);
+    Answer answer;
+    StartLogin(answer, EOS_LCT_Password, "player", "secret");
+    EOS_Platform_Release(platform);
+    EXPECT_EQ(answer.results.size(), complete ? 1u : 0u);
+    EXPECT_EQ(OutstandingNow().operations, 0);
+    NewPlatform();
+  }
+}
+
+TEST_F(EosStandin, ServesRulesByTargetSkipAndTimes) {
+  Login();
+  AddRule({.call = "EOS_UserInfo_QueryUserInfo",
+           .result = 1,
+           .skip = 1,
+           .times = 2,
+           .target = kFriend});
+  EXPECT_EQ(QueryUserInfo(Id(kPlayer)), EOS_Success);
+  for (const EOS_EResult result : {EOS_Success, EOS_NoConnection, EOS_NoConnection, EOS_Success}) {
+    EXPECT_EQ(QueryUserInfo(Id(kFriend)), result);
+  }
+  AddRule({.call = "EOS_Platform_GetUserInfoInterface", .result = 1});
+  EXPECT_EQ(EOS_Platform_GetUserInfoInterface(platform), nullptr);
+  EXPECT_EQ(EOS_Platform_GetUserInfoInterface(platform), user_info);
+}
+
+TEST_F(EosStandin, RecordsTheOptionsOfCalls) {
+  RecordCalls(true);
+  Login();
+  ASSERT_EQ(Calls().size(), 2u);
+  const Json expected{{"ApiVersion", 2},
+                      {"Credentials",
+                       {{"ApiVersion", 2},
+                        {"Id", "player"},
+                        {"Token", "secret"},
+                        {"Type", 0},
+                        {"SystemAuthCredentialsOptions", nullptr},
+                        {"ExternalType", 0}}},
+                      {"ScopeFlags", 0}};
+  EXPECT_EQ(Calls()[0].function, "EOS_Auth_Login");
+  EXPECT_EQ(Calls()[0].options, expected);
+}
+
+// --- the world ---
+
+TEST_F(EosStandin, KnowsFriendsAndTheirUserInfoOnceQueried) {
+  Login();
+  const EOS_Friends_GetFriendsCountOptions count{1, Id(kPlayer)};
+  EXPECT_EQ(EOS_Friends_GetFriendsCount(friends, &count), 0);
+  const EOS_Friends_QueryFriendsOptions query{1, Id(kPlayer)};
+  EOS_Friends_QueryFriends(friends, &query, nullptr, nullptr);
+  Tick();
+  ASSERT_EQ(EOS_Friends_GetFriendsCount(friends, &count), 100002);
+
+  EOS_UserInfo* info = nullptr;
+  const EOS_Friends_GetFriendAtIndexOptions last{1, Id(kPlayer), 100001};
+  const EOS_EpicAccountId generated = EOS_Friends_GetFriendAtIndex(friends, &last);
+  char text[EOS_EPICACCOUNTID_MAX_LENGTH + 1];
+  int32_t length = sizeof text;
+  ASSERT_EQ(EOS_EpicAccountId_ToString(generated, text, &length), EOS_Success);
+  EXPECT_EQ(CopyUserInfo(text, &info), EOS_NotFound);
+  EXPECT_EQ(QueryUserInfo(generated), EOS_Success);
+  ASSERT_EQ(CopyUserInfo(text, &info), EOS_Success);
+  EXPECT_STREQ(info->DisplayName, "Friend 100000");
+  EOS_UserInfo_Release(info);
+  EXPECT_EQ(QueryUserInfo(Id("00000000000000000000000000000bad")), EOS_NotFound);
+
+  const EOS_Friends_GetStatusOptions status{1, Id(kPlayer), Id(kFriend)};
+  EXPECT_EQ(EOS_Friends_GetStatus(friends, &status), EOS_EFriendsStatus::EOS_FS_InviteSent);
+}
+
+TEST_F(EosStandin, CreatesTheProductUserThatConnectMisses) {
+  Login();
+  EOS_Auth_Token* token = Token();
+  EOS_Connect_Credentials credentials{1, token->AccessToken, {}};
+  const EOS_Connect_LoginOptions login{2, &credentials, nullptr};
+  Answer answer;
+  EOS_Connect_Login(connect, &login, &answer, &OnConnect);
+  Tick();
+  const EOS_Connect_CreateUserOptions create{1, answer.continuance_token};
+  EOS_Connect_CreateUser(connect, &create, nullptr, nullptr);
+  Tick();
+  EOS_Connect_Login(connect, &login, &answer, &OnConnect);
+  credentials.Token = "wrong";
+  EOS_Connect_Login(connect, &login, &answer, &OnConnect);
+  EOS_Auth_Token_Release(token);
+  Tick();
+  EXPECT_EQ(answer.results, (std::vector{EOS_InvalidUser, EOS_Success, EOS_InvalidAuth}));
+}
+
+TEST(EosWorld, SaysWhatIsWrongWithAFile) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"{\n\"accounts\": [\n,", ":3: "},
+      {"[]", ": /: must be an object"},
+      {"{}", ": /accounts: is missing"},
+      {R"({"accounts":[{}]})", ": /accounts/0/account_id: is missing"},
+      {R"({"accounts":[],"x":1})", ": /x: is not known"},
+      {R"({"accounts":[],"signs_in":"x"})", ": /signs_in: is no account's name"},
+      {R"({"accounts":[],"calls":{"EOS_X":[]}})", ": /calls/EOS_X: is not a call"},
+      {R"({"accounts":[],"calls":{"EOS_Shutdown":[{"result":"x"}]}})",
+       ": /calls/EOS_Shutdown/0/result: is no result code"},
+      {R"({"accounts":[{"account_id":"x"}]})",
+       ": /accounts/0/account_id: must be 32 hexadecimal digits"},
+  };
+  const std::string file = FreshDirectory();
+  char message[256] = "";
+  for (const auto& [text, expected] : rows) {
+    std::ofstream(file) << text;
+    EXPECT_EQ(EOS_StandIn_CheckWorld(file.c_str(), message, sizeof message), 1);
+    EXPECT_EQ(std::string(message).substr(0, file.size() + expected.size()), file + expected);
+  }
+  std::ofstream(file) << kWorld;
+  EXPECT_EQ(EOS_StandIn_CheckWorld(file.c_str(), message, sizeof message), 0);
+  std::filesystem::remove(file);
+  EXPECT_EQ(EOS_StandIn_CheckWorld(file.c_str(), message, sizeof message), 1);
+}
+
+}  // namespace
+}  // namespace eos_standin

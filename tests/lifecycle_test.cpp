@@ -1,0 +1,202 @@
+// The entry points, the platform's beginning and end, signing out, and what a shutdown overtakes.
+#include <atomic>
+#include <thread>
+
+#include "plugin_test.h"
+
+namespace zelk_test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
+
+class Lifecycle : public PluginTest {};
+
+TEST_F(Lifecycle, CallsBeforeTheFirstLoginTouchNothing) {
+  Tick();
+  Shutdown();
+  QueryFriends("friends", 1, 10);
+  EXPECT_EQ(TakeResult().base.ret_code, 10);
+  EXPECT_THAT(eos_standin::Calls(), IsEmpty());
+  Logout("out");
+  ExpectAnswers("out", 0);
+  Tick();
+  EXPECT_EQ(LinesSaying("EpicAuth construction").size(), 1U);
+  EXPECT_EQ(CountCalls("EOS_Auth_Logout"), 0);
+}
+
+TEST_F(Lifecycle, FirstCallsOnManyThreadsMakeOneObject) {
+  std::atomic<bool> go = false;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      while (!go) std::this_thread::yield();
+      plugin().update();
+    });
+  }
+  go = true;
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(LinesSaying("EpicAuth construction").size(), 1U);
+}
+
+TEST_F(Lifecycle, FriendMessagesGoToTheCore) {
+  using SendMessage = void (*)(const zelk::FriendReqInfo&, const zelk::SdkString&);
+  const auto send = reinterpret_cast<SendMessage>(plugin().Find(ZELK_SEND_MESSAGE_SYMBOL));
+  ASSERT_NE(send, nullptr);
+  {
+    zelk::FriendReqInfo info;
+    info.type = 7;
+    send(info, "Epic");
+    const auto sent = zelk::core_standin::SentMessages();
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(sent[0].info.type, 7);
+    EXPECT_EQ(sent[0].channel, "Epic");
+  }
+}
+
+// --- signing out ---
+
+TEST_F(Lifecycle, LogoutIsAnsweredAtOnceAndForgetsEverything) {
+  SignIn();
+  const std::string id = kPlayerId;
+  ForgetLines();
+  Logout("out");
+  const Result result = TakeResult();
+  EXPECT_EQ(result.type, "BaseResult");
+  EXPECT_EQ(result.observer_id, 105U);
+  EXPECT_TRUE(result.flag);
+  EXPECT_EQ(result.base.method_id, 107);
+  EXPECT_EQ(result.base.ret_code, 0);
+  Tick(2);
+  EXPECT_THAT(OwnLines(),
+              ElementsAre("1 Logout [ out ], epic logout",
+                          "1 EpicAccountIdFromString Call EOS_EpicAccountId_FromString, openid "
+                          "str:" + id,
+                          "1 EpicAccountIdToString EOS_EpicAccountId_ToString result:" + id,
+                          "1 LogoutCompleteCallbackFn [EOS SDK] Logout Success - User: " + id,
+                          "1 DeletePersistentAuthCallback [EOS SDK] DeletePersistentAuth Success"));
+  EXPECT_EQ(CallsOf("EOS_Auth_Logout").at(0), (Json{{"ApiVersion", 1}, {"LocalUserId", id}}));
+  EXPECT_EQ(CallsOf("EOS_Auth_DeletePersistentAuth").at(0),
+            (Json{{"ApiVersion", 2}, {"RefreshToken", nullptr}}));
+  EXPECT_EQ(StoredParameters(), "");
+  AutoLogin("auto");
+  EXPECT_EQ(TakeResult().base.ret_code, 11);
+  QueryFriends("friends", 1, 10);
+  EXPECT_EQ(TakeResult().base.ret_code, 10);
+  SignIn();  // both attempts: the persistent authorisation is gone
+  ExpectAnswers("sign-in", 2);
+  EXPECT_EQ(CountCalls("EOS_Auth_Login"), 4);
+}
+
+TEST_F(Lifecycle, LogoutThatEosRefusesIsASuccessAllTheSame) {
+  SignIn();
+  Fail("EOS_Auth_Logout", 8);
+  Fail("EOS_Auth_DeletePersistentAuth", 1);
+  ForgetLines();
+  Logout("out");
+  EXPECT_EQ(TakeResult().base.ret_code, 0);
+  Tick(2);
+  const std::vector<std::string> lines = OwnLines();
+  ASSERT_EQ(lines.size(), 7U);
+  EXPECT_EQ(lines[2], "1 EpicEResultToString EOS_EResult_ToString result:EOS_TooManyRequests");
+  EXPECT_THAT(lines[4], HasSubstr("1 LogoutCompleteCallbackFn [EOS SDK] Logout Failed - User: "));
+  EXPECT_THAT(lines[4], HasSubstr(", Result: EOS_TooManyRequests"));
+  EXPECT_EQ(lines[6],
+            "1 DeletePersistentAuthCallback [EOS SDK] DeletePersistentAuth Failed: "
+            "EOS_NoConnection");
+}
+
+TEST_F(Lifecycle, LogoutWithNobodySignedInStillAsksEos) {
+  SignIn();
+  Logout("out");
+  Logout("again");
+  eos_standin::AddRule({.call = "EOS_Auth_Logout", .null_data = true});
+  eos_standin::AddRule({.call = "EOS_Auth_DeletePersistentAuth", .null_data = true});
+  Logout("null");
+  for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, 0);
+  Tick(2);
+  EXPECT_EQ(CountCalls("EOS_Auth_Logout"), 3);
+  EXPECT_TRUE(CallsOf("EOS_Auth_Logout").at(1)["LocalUserId"].is_null());
+  EXPECT_EQ(LinesSaying("NULL Data for CallbackFn").size(), 2U);
+}
+
+// --- the shutdown ---
+
+TEST_F(Lifecycle, ShutdownIsFinalAndAnsweredFor) {
+  SignIn();
+  ForgetLines();
+  Shutdown();
+  EXPECT_THAT(OwnLines(), IsEmpty());
+  Shutdown();
+  EXPECT_THAT(OwnLines(),
+              ElementsAre("1 EpicEResultToString EOS_EResult_ToString result:EOS_NotConfigured",
+                          "2 ShutDown Epic EOS SDK, ShutDown failed with third error: "
+                          ",EOS_NotConfigured"));
+  const std::size_t calls = eos_standin::Calls().size();
+  Tick(3);
+  LogIn("in", kPortal);
+  const Result login = TakeResult();
+  EXPECT_EQ(login.type, "AuthResult");
+  EXPECT_EQ(login.base.ret_code, 17);
+  EXPECT_EQ(LinesSaying("[in], epic_platform_handle_ is null").size(), 1U);
+  QueryFriends("friends", 1, 10);
+  EXPECT_EQ(TakeResult().base.ret_code, 10);
+  LogIn("stored", kPortal, "", 150);
+  EXPECT_EQ(TakeResult().base.ret_code, 17);
+  Logout("out");
+  const Result logout = TakeResult();
+  EXPECT_EQ(logout.type, "BaseResult");
+  EXPECT_EQ(logout.base.ret_code, 17);
+  EXPECT_EQ(logout.base.method_id, 107);
+  EXPECT_EQ(StoredParameters(), "");
+  EXPECT_EQ(eos_standin::Calls().size(), calls);
+}
+
+struct OvertakenRow {
+  const char* name;
+  const char* call;  // the call that EOS does not answer in time
+  bool completes_on_release;
+};
+
+class Overtaken : public Lifecycle, public testing::WithParamInterface<OvertakenRow> {};
+
+// Whatever stage a login is at: one answer, no new work for EOS, nothing left over.
+TEST_P(Overtaken, LoginIsAnsweredOnce) {
+  World(NewcomerWorld());
+  eos_standin::CompleteOnRelease(GetParam().completes_on_release);
+  eos_standin::AddRule({.call = GetParam().call, .times = 0, .after_ticks = 1'000'000});
+  LogIn("s1", kPortal);
+  LogIn("s2", kPortal);
+  Tick(20);
+  EXPECT_THAT(TakeResults(), IsEmpty());
+  const int64_t logins = CountCalls("EOS_Auth_Login");
+  Shutdown();
+  EXPECT_EQ(CountCalls("EOS_Auth_Login"), logins);
+  const std::vector<Result> results = TakeResults();
+  ASSERT_EQ(results.size(), 2U);
+  for (const Result& result : results) {
+    if (!GetParam().completes_on_release) {
+      EXPECT_EQ(result.base.ret_code, 17);
+      EXPECT_EQ(LinesSaying("[" + result.seq_id + "], epic_platform_handle_ is null").size(), 1U);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Stages, Overtaken,
+    testing::Values(OvertakenRow{"Auth", "EOS_Auth_Login", false},
+                    OvertakenRow{"Connect", "EOS_Connect_Login", false},
+                    OvertakenRow{"CreateUser", "EOS_Connect_CreateUser", false},
+                    OvertakenRow{"UserInfo", "EOS_UserInfo_QueryUserInfo", false},
+                    OvertakenRow{"AuthCompleting", "EOS_Auth_Login", true},
+                    OvertakenRow{"ConnectCompleting", "EOS_Connect_Login", true},
+                    OvertakenRow{"CreateUserCompleting", "EOS_Connect_CreateUser", true},
+                    OvertakenRow{"UserInfoCompleting", "EOS_UserInfo_QueryUserInfo", true}),
+    [](const auto& row) { return row.param.name; });
+
+}  // namespace
+}  // namespace zelk_test

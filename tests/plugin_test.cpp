@@ -1,0 +1,277 @@
+#include "plugin_test.h"
+
+#include <spdlog/sinks/base_sink.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <mutex>
+#include <random>
+#include <thread>
+
+#include "zelk_foundation_standin.h"
+#if !defined(_WIN32)
+#include "windows_standin.h"
+#endif
+
+namespace zelk_test {
+namespace {
+
+constexpr int kTicksToWait = 20000;
+
+std::filesystem::path MakeDirectory() {
+  std::random_device random;
+  const auto name = "zelk test " + std::to_string(random()) + std::to_string(random());
+  const std::filesystem::path directory = std::filesystem::temp_directory_path() / name;
+  std::filesystem::create_directories(directory);
+  return directory;
+}
+
+void SetTemporaryDirectory(const std::filesystem::path& directory) {
+#if defined(_WIN32)
+  _wputenv_s(L"TMP", directory.c_str());
+  _wputenv_s(L"TEMP", directory.c_str());
+#else
+  setenv("TMPDIR", directory.c_str(), 1);
+#endif
+}
+
+struct Flatten {
+  Result& out;
+
+  void operator()(const zelk::BaseResult& record) const { Base("BaseResult", record); }
+  void operator()(const zelk::AuthResult& record) const { Base("AuthResult", record); }
+  void operator()(const zelk::AuthPluginResult& record) const {
+    Base("AuthPluginResult", record);
+    out.login = record;
+  }
+  void operator()(const zelk::FriendResult& record) const {
+    Base("FriendResult", record);
+    out.friends.assign(record.friend_info_list.begin(), record.friend_info_list.end());
+  }
+
+  void Base(const char* type, const zelk::BaseResult& record) const {
+    out.type = type;
+    out.base = record;
+  }
+};
+
+}  // namespace
+
+struct PluginTest::Sink : spdlog::sinks::base_sink<std::mutex> {
+  std::vector<Line> Lines() {
+    const std::lock_guard lock(mutex_);
+    return lines;
+  }
+  void Forget() {
+    const std::lock_guard lock(mutex_);
+    lines.clear();
+  }
+
+ protected:
+  void sink_it_(const spdlog::details::log_msg& message) override {
+    const int level = message.level == spdlog::level::info   ? 1
+                      : message.level == spdlog::level::warn ? 2
+                                                             : 3;
+    lines.push_back({level, message.source.filename, message.source.funcname,
+                     std::string(message.payload.begin(), message.payload.end())});
+  }
+  void flush_() override {}
+
+ private:
+  std::vector<Line> lines;
+};
+
+PluginTest::PluginTest() : directory_(MakeDirectory()), sink_(std::make_shared<Sink>()) {
+  SetTemporaryDirectory(directory_);
+  zelk::foundation_standin::SetStoreDirectory(directory_);
+  zelk::foundation_standin::SetLogSinks({sink_});
+  for (const auto& [key, value] : std::map<std::string, std::string>{
+           {"EPIC_PRODUCT_NAME", "Test"},
+           {"EPIC_PRODUCT_VERSION", "1.2"},
+           {"EPIC_PRODUCT_ID", "product"},
+           {"EPIC_SANDBOX_ID", "sandbox"},
+           {"EPIC_DEPLOYMENT_ID", "deployment"},
+           {"EPIC_CLIENT_ID", "client"},
+           {"EPIC_CLIENT_SECRET", "secret"}}) {
+    zelk::core_standin::SetConfig("ZELK", key, value);
+  }
+  World(TestWorld());
+  eos_standin::RecordCalls(true);
+  plugin_ = std::make_unique<zelk::host::PluginLibrary>(ZELK_PLUGIN_FILE);
+}
+
+PluginTest::~PluginTest() {
+  std::error_code ignored;
+  std::filesystem::remove_all(directory_, ignored);
+}
+
+void PluginTest::TearDown() {
+  Shutdown();
+#if !defined(_WIN32)
+  while (windows_standin::ThreadsRunning() > 0) std::this_thread::yield();
+  EXPECT_EQ(windows_standin::HandlesOpen(), 0);
+  EXPECT_EQ(windows_standin::HeapBlocksOut(), 0);
+  EXPECT_EQ(windows_standin::Misuses(), 0);
+#endif
+  Collect();
+  EXPECT_EQ(answered_, expected_) << "answers per request";
+  results_.clear();
+  for (const eos_standin::Misuse& misuse : eos_standin::Misuses()) {
+    ADD_FAILURE() << misuse.rule << ": " << misuse.detail;
+  }
+  EXPECT_EQ(eos_standin::OutstandingNow().auth_tokens, 0);
+  EXPECT_EQ(eos_standin::OutstandingNow().user_infos, 0);
+  EXPECT_EQ(zelk::foundation_standin::NodesOut(), 0);
+  EXPECT_EQ(zelk::foundation_standin::NodesMisused(), 0);
+}
+
+void PluginTest::LogIn(const std::string& seq_id, const std::string& extra_json,
+                       const std::string& permissions, int32_t method_id) {
+  Asked(seq_id);
+  plugin_->login({method_id, seq_id, "reserved", extra_json}, permissions);
+}
+
+void PluginTest::AutoLogin(const std::string& seq_id, const std::string& extra_json) {
+  Asked(seq_id);
+  plugin_->auto_login({101, seq_id, "", extra_json}, "");
+}
+
+void PluginTest::Logout(const std::string& seq_id) {
+  Asked(seq_id);
+  plugin_->logout({107, seq_id, "", ""});
+}
+
+void PluginTest::QueryFriends(const std::string& seq_id, int32_t page, int32_t count,
+                              bool is_in_game) {
+  Asked(seq_id);
+  plugin_->query_friends({203, seq_id, "", ""}, page, count, is_in_game);
+}
+
+void PluginTest::Tick(int times) {
+  for (int i = 0; i < times; ++i) plugin_->update();
+}
+
+void PluginTest::Shutdown() { plugin_->shutdown(); }
+
+bool PluginTest::AllAnswered() const {
+  for (const auto& [seq_id, count] : expected_) {
+    const auto answers = answered_.find(seq_id);
+    if (count > (answers != answered_.end() ? answers->second : 0)) return false;
+  }
+  return true;
+}
+
+void PluginTest::TickUntilAnswered() {
+  for (int i = 0; i < kTicksToWait; ++i) {
+    Collect();
+    if (AllAnswered()) return;
+    Tick();
+    if (i > 50) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // a worker is at work
+  }
+  FAIL() << "a request was not answered in " << kTicksToWait << " ticks";
+}
+
+void PluginTest::SignIn() {
+  LogIn("sign-in", R"({"LoginMode":"AccountPortal"})", "basic_profile,friends_list,presence");
+  TickUntilAnswered();
+  ASSERT_EQ(TakeResult().type, "AuthPluginResult");
+}
+
+void PluginTest::Fail(const std::string& call, int32_t result, int64_t times, int64_t skip) {
+  eos_standin::AddRule({.call = call, .result = result, .skip = skip, .times = times});
+}
+
+std::vector<Json> PluginTest::CallsOf(const std::string& function) {
+  std::vector<Json> calls;
+  for (const eos_standin::Call& call : eos_standin::Calls()) {
+    if (call.function == function) calls.push_back(call.options);
+  }
+  return calls;
+}
+
+int64_t PluginTest::CountCalls(const std::string& function) {
+  return static_cast<int64_t>(CallsOf(function).size());
+}
+
+void PluginTest::Collect() {
+  zelk::core_standin::DrainTaskQueue([this](const zelk::core_standin::CommittedResult& committed) {
+    Result result{.observer_id = committed.observer_id,
+                  .seq_id = committed.seq_id,
+                  .flag = committed.flag};
+    std::visit(Flatten{result}, committed.record);
+    ++answered_[result.seq_id];
+    results_.push_back(std::move(result));
+  });
+}
+
+std::vector<Result> PluginTest::TakeResults() {
+  Collect();
+  return std::exchange(results_, {});
+}
+
+Result PluginTest::TakeResult() {
+  std::vector<Result> results = TakeResults();
+  EXPECT_EQ(results.size(), 1U);
+  return results.empty() ? Result{} : results.front();
+}
+
+std::vector<Line> PluginTest::Lines() const { return sink_->Lines(); }
+
+std::vector<std::string> PluginTest::OwnLines() const {
+  std::vector<std::string> own;
+  for (const Line& line : Lines()) {
+    if (line.function == "zelk::ZELK_EOSSDKLoggingCallback") continue;
+    const std::string name = line.function.substr(line.function.rfind(':') + 1);
+    own.push_back(std::to_string(line.level) + " " + name + " " + line.text);
+  }
+  return own;
+}
+
+std::vector<Line> PluginTest::LinesSaying(const std::string& text) const {
+  std::vector<Line> saying;
+  for (const Line& line : Lines()) {
+    if (line.text == text) saying.push_back(line);
+  }
+  return saying;
+}
+
+void PluginTest::ForgetLines() { sink_->Forget(); }
+
+std::string PluginTest::StoredParameters() const {
+  std::ifstream file(directory_ / zelk::foundation_standin::kStoreFileName);
+  if (!file) return "";
+  return Json::parse(file).at("entries").value("epic_login_extra_json", "");
+}
+
+Json TestWorld() {
+  return {{"accounts",
+           {{{"name", "player"},
+             {"password", "secret"},
+             {"exchange_code", "code"},
+             {"account_id", kPlayerId},
+             {"product_user_id", kPlayerProductId},
+             {"display_name", "Player One"},
+             {"country", "DE"},
+             {"language", "de"}},
+            {{"name", "newcomer"},
+             {"password", "new"},
+             {"account_id", kNewcomerId},
+             {"product_user_id", nullptr},
+             {"display_name", "New Comer"}}}},
+          {"signs_in", "player"}};
+}
+
+Json NewcomerWorld() {
+  Json world = TestWorld();
+  world["signs_in"] = "newcomer";
+  return world;
+}
+
+Json WorldWithFriends(int64_t count) {
+  Json world = TestWorld();
+  world["accounts"][0]["generated_friends"] = count;
+  return world;
+}
+
+}  // namespace zelk_test
