@@ -66,7 +66,8 @@ void Friends(Game& game, const FriendsArguments& arguments, bool in_words) {
   const auto result =
       game.Ask(ListFriends("friends", arguments.page, arguments.count, arguments.is_in_game));
   const auto* friends = Success<FriendResult>(result, "friends", in_words);
-  if (friends != nullptr && in_words) PrintText(FriendsText(*friends, arguments.page, ""));
+  if (friends != nullptr && in_words)
+    PrintText(FriendsText(*friends, arguments.page, Accounts::kWhole, ""));
 }
 
 void Logout(Game& game, WorkRecorder& recorder, bool in_words) {

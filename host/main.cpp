@@ -30,7 +30,7 @@ constexpr int kBadInput = 2;
 constexpr char kExamples[] = R"(
 Examples:
   zelk_epic_host tour
-  zelk_epic_host login --mode IDPassword --id ada@example.com --password secret
+  zelk_epic_host login --mode IDPassword --id player --password secret
   zelk_epic_host auto-login --permissions basic_profile
   zelk_epic_host friends --page 1 --count 10
   zelk_epic_host logout
@@ -64,7 +64,7 @@ struct Options {
   std::string world;
   std::string state_dir;
   std::string log;
-  LogLevel log_level = kLogInfo;
+  std::string log_level = "info";
   bool json = false;
 
   LoginArguments login;
@@ -143,8 +143,9 @@ class LogOutput {
  public:
   LogOutput(const Options& options, bool as_events) {
     if (options.log.empty()) return;
-    sinks_.push_back(MakeLogSink(options.log, options.log_level, as_events));
-    foundation_standin::SetLogThreshold(options.log_level);
+    const LogLevel level = kLogLevels.at(options.log_level);
+    sinks_.push_back(MakeLogSink(options.log, level, as_events));
+    foundation_standin::SetLogThreshold(level);
     foundation_standin::SetLogSinks(sinks_);
   }
   LogOutput(const LogOutput&) = delete;
@@ -220,7 +221,7 @@ void AddOptions(CLI::App& app, Options& options) {
   app.add_option("--log", options.log, "Where log lines go; - is standard output")
       ->type_name("FILE|-");
   app.add_option("--log-level", options.log_level, "The least level that is logged")
-      ->transform(CLI::CheckedTransformer(kLogLevels))
+      ->check(CLI::IsMember(&kLogLevels))
       ->type_name("LEVEL")
       ->option_text("info|warning|error");
   app.add_flag("--json", options.json, "Print results as JSON lines");

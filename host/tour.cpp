@@ -61,7 +61,9 @@ struct Details {
     return SignInText(result, kIndent);
   }
   std::string operator()(const FriendResult& result) const {
-    return result.ret_code == kResultSuccess ? FriendsText(result, page, kIndent) : "";
+    return result.ret_code == kResultSuccess
+               ? FriendsText(result, page, Accounts::kShortened, kIndent)
+               : "";
   }
 
   int32_t page;

@@ -143,19 +143,25 @@ std::string Token(const Json& login, const char* token, const char* lifetime) {
                      Lifetime(Member(login, lifetime)));
 }
 
-Row FriendRow(const PersonInfo& person) {
+std::string Account(const PersonInfo& person, Accounts accounts) {
+  constexpr std::size_t kShown = 8;
+  const std::string account = person.openid.c_str();
+  if (accounts == Accounts::kWhole || account.size() <= kShown) return account;
+  return account.substr(0, kShown) + "...";
+}
+
+Row FriendRow(const PersonInfo& person, Accounts accounts) {
   const Json status = Document(person.extra_json.c_str()).value("status", Json());
-  return {person.user_name.empty() ? "(no name)" : person.user_name.c_str(), person.openid.c_str(),
-          person.country.c_str(), person.language.c_str(),
+  return {person.user_name.empty() ? "(no name)" : person.user_name.c_str(),
+          Account(person, accounts), person.country.c_str(), person.language.c_str(),
           status.is_number_integer() ? Words(kStatusWords, status.get<int64_t>()) : ""};
 }
 
 // An empty page comes without a document.
 std::string Foot(const FriendResult& result, int32_t page) {
   const std::string total = Member(Document(result.extra_json.c_str()), "total");
-  std::string foot = page > 0 ? fmt::format("page {}: ", page) : "";
-  foot += fmt::format("{} friends", result.friend_info_list.size());
-  return total.empty() ? foot : foot + " of " + total;
+  return fmt::format("{}{}{} friends", page > 0 ? fmt::format("page {}: ", page) : "",
+                     result.friend_info_list.size(), total.empty() ? "" : " of " + total);
 }
 
 }  // namespace
@@ -182,7 +188,9 @@ std::string Outcome(const BaseResult& result) {
   if (result.ret_code == kResultThirdError) {
     return fmt::format("EOS reported {} ({})", result.third_msg.c_str(), result.third_code);
   }
-  return fmt::format("{} ({})", Words(kResultWords, result.ret_code), result.ret_code);
+  const std::string words = Words(kResultWords, result.ret_code);
+  return fmt::format("{} ({})", result.ret_msg.empty() ? words : result.ret_msg.c_str(),
+                     result.ret_code);
 }
 
 std::string SignInText(const AuthPluginResult& result, std::string_view indent) {
@@ -195,12 +203,14 @@ std::string SignInText(const AuthPluginResult& result, std::string_view indent) 
                indent);
 }
 
-std::string FriendsText(const FriendResult& result, int32_t page, std::string_view indent) {
+std::string FriendsText(const FriendResult& result, int32_t page, Accounts accounts,
+                        std::string_view indent) {
   std::vector<Row> rows;
   if (!result.friend_info_list.empty()) {
     rows.push_back({"NAME", "ACCOUNT", "COUNTRY", "LANGUAGE", "STATUS"});
   }
-  for (const PersonInfo& person : result.friend_info_list) rows.push_back(FriendRow(person));
+  for (const PersonInfo& person : result.friend_info_list)
+    rows.push_back(FriendRow(person, accounts));
   return Table(rows, indent) + fmt::format("{}{}\n", indent, Foot(result, page));
 }
 

@@ -31,6 +31,8 @@ std::string Outcome(const BaseResult& result);
 std::string SignInText(const AuthPluginResult& result, std::string_view indent);
 
 // A table of the friends, and at its foot which part of all of them it is.
-std::string FriendsText(const FriendResult& result, int32_t page, std::string_view indent);
+enum class Accounts { kWhole, kShortened };
+std::string FriendsText(const FriendResult& result, int32_t page, Accounts accounts,
+                        std::string_view indent);
 
 }  // namespace zelk::host

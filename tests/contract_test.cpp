@@ -78,15 +78,22 @@ TEST(SdkVector, GrowsByDoublingAndCopiesExactly) {
 
 TEST(MethodId, EveryOneHasItsValueAndItsName) {
   EXPECT_EQ(zelk::kMethodIDNames.size(), 132U);
-  const std::pair<int, const char*> rows[] = {
-      {0, "kMethodIDUndefine"},          {101, "kMethodIDAuthAutoLogin"},
-      {102, "kMethodIDAuthLogin"},       {110, "KMethodIDAuthScheme"},
-      {141, "kMethodIDAuthCancelAccountDeletion"}, {203, "kMethodIDFriendQueryFriends"},
-      {302, "kMethodIDWebviewGetEncryptURL"},      {307, "kMethodIDWebViewToolbarShare"},
-      {412, "kMethodIDPushDeleteLocalNotifications"}, {602, "KMethodIDToolsConvertShortUrl"},
-      {706, "kMethodIDAnalyticsReportEvent"}, {727, "kMethodIDAnalyticsAddSessionTag"},
-      {737, "kMethodIDAnalyticsGetDeviceInfo"}, {1008, "kMethodIDUpdateModifyDownloadPriority"},
-      {1601, "kMethodIDApplyPermission"}, {2005, "kMethodIDPermissionTrackingCheck"}};
+  const std::pair<int, const char*> rows[] = {{0, "kMethodIDUndefine"},
+                                              {101, "kMethodIDAuthAutoLogin"},
+                                              {102, "kMethodIDAuthLogin"},
+                                              {110, "KMethodIDAuthScheme"},
+                                              {141, "kMethodIDAuthCancelAccountDeletion"},
+                                              {203, "kMethodIDFriendQueryFriends"},
+                                              {302, "kMethodIDWebviewGetEncryptURL"},
+                                              {307, "kMethodIDWebViewToolbarShare"},
+                                              {412, "kMethodIDPushDeleteLocalNotifications"},
+                                              {602, "KMethodIDToolsConvertShortUrl"},
+                                              {706, "kMethodIDAnalyticsReportEvent"},
+                                              {727, "kMethodIDAnalyticsAddSessionTag"},
+                                              {737, "kMethodIDAnalyticsGetDeviceInfo"},
+                                              {1008, "kMethodIDUpdateModifyDownloadPriority"},
+                                              {1601, "kMethodIDApplyPermission"},
+                                              {2005, "kMethodIDPermissionTrackingCheck"}};
   for (const auto& [id, name] : rows) EXPECT_EQ(zelk::kMethodIDNames.at(id), name);
   for (const int id : {306, 705, 715, 719, 728, 1501}) {
     EXPECT_FALSE(zelk::kMethodIDNames.contains(id)) << id;
@@ -103,10 +110,10 @@ TEST(PluginFile, ExportsItsSevenEntryPointsOnly) {
     exports.insert(std::string(line).substr(0, std::string(line).find('\n')));
   }
   EXPECT_EQ(pclose(nm), 0);
-  EXPECT_EQ(exports, (std::set<std::string>{
-                         "zelk_epic_auth_login", "zelk_epic_auth_auto_login",
-                         "zelk_epic_auth_logout", "zelk_epic_update", "zelk_epic_shutdown",
-                         "zelk_epic_friend_queryfriends", ZELK_SEND_MESSAGE_SYMBOL}));
+  EXPECT_EQ(exports, (std::set<std::string>{"zelk_epic_auth_login", "zelk_epic_auth_auto_login",
+                                            "zelk_epic_auth_logout", "zelk_epic_update",
+                                            "zelk_epic_shutdown", "zelk_epic_friend_queryfriends",
+                                            ZELK_SEND_MESSAGE_SYMBOL}));
 }
 #endif
 

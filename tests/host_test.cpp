@@ -1,0 +1,292 @@
+// The host program as its user runs it: a child process, its standard output, its exit status and
+// what it leaves behind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+struct Outcome {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+std::string Read(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string Quoted(const std::string& text) { return '"' + text + '"'; }
+
+int StatusOf(const std::string& command) {
+#if defined(_WIN32)
+  // The shell takes the outermost quotes away.
+  return std::system(Quoted(command).c_str());
+#else
+  const int status = std::system(command.c_str());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+}
+
+class Host : public testing::Test {
+ protected:
+  Host() {
+    fs::remove_all(folder_);
+    fs::create_directories(folder_);
+  }
+  ~Host() override { fs::remove_all(folder_); }
+
+  // A state directory of the test's own, unless `arguments` name one.
+  Outcome Run(const std::string& arguments) {
+    const fs::path out = folder_ / "out", err = folder_ / "err";
+    const fs::path program = fs::absolute(ZELK_HOST_PROGRAM).make_preferred();
+    const int status =
+        StatusOf(Quoted(program.string()) + " --state-dir " + Quoted((folder_ / "state").string()) +
+                 " " + arguments + " > " + Quoted(out.string()) + " 2> " + Quoted(err.string()));
+    return {status, Read(out), Read(err)};
+  }
+
+  // The quoted path of a new file.
+  std::string File(const std::string& name, const std::string& text) {
+    std::ofstream(folder_ / name, std::ios::binary) << text;
+    return Quoted((folder_ / name).string());
+  }
+
+  Outcome Play(const std::string& script, const std::string& options = "") {
+    return Run(options + " play " + File("script", script));
+  }
+
+  const fs::path folder_ =
+      fs::temp_directory_path() /
+      (std::string("zelk-host-") + testing::UnitTest::GetInstance()->current_test_info()->name());
+};
+
+std::vector<Json> Events(const Outcome& outcome) {
+  std::vector<Json> events;
+  std::istringstream lines(outcome.out);
+  for (std::string line; std::getline(lines, line);) events.push_back(Json::parse(line));
+  return events;
+}
+
+// "FriendResult f 0" for a result, "error 3" for an error, the text of a log line.
+std::vector<std::string> Summary(const Outcome& outcome) {
+  std::vector<std::string> summary;
+  for (const Json& event : Events(outcome)) {
+    if (event["event"] == "result") {
+      summary.push_back(event["type"].get<std::string>() + ' ' +
+                        event["seq_id"].get<std::string>() + ' ' +
+                        event["record"]["ret_code"].dump());
+    } else {
+      summary.push_back(event["event"] == "error" ? "error " + event["line"].dump()
+                                                  : event["text"].get<std::string>());
+    }
+  }
+  return summary;
+}
+
+std::vector<std::string> Keys(const Json& object) {
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : object.items()) keys.push_back(key);
+  return keys;
+}
+
+const std::string kLogin =
+    R"({"call":"login","method_id":102,"seq_id":"s","extra_json":"{\"LoginMode\":\"AccountPortal\"}"})"
+    "\n";
+const std::string kFriends = R"({"call":"friends","method_id":203,"seq_id":"f","page":1,"count":2})"
+                             "\n";
+const std::string kDrain = "{\"call\":\"drain\"}\n";
+const std::string kAuto = R"({"call":"auto_login","method_id":101,"seq_id":"a"})"
+                          "\n";
+const std::string kOneFriend =
+    R"({"accounts":[{"name":"p","account_id":"11111111111111111111111111111111",)"
+    R"("product_user_id":"22222222222222222222222222222222","display_name":"P",)"
+    R"("friends":[{"account_id":"33333333333333333333333333333333"}]}],"calls":)";
+
+TEST_F(Host, PlayAnswersGoodLinesInOrderAndGoesOnAfterBadOnes) {
+  const std::string bad[] = {
+      R"({"call":"fly"})",                        // unknown call
+      R"({"call":"friends","permissions":"x"})",  // a field of another call
+      R"({"call":"update","times":2147483648})",  // beyond 32 bits
+      R"({"call":"update","times":99999999999999999999})",
+      R"({"call":"friends","page":1.0})",      // not an integer
+      R"({"call":"friends","is_in_game":1})",  // not a boolean
+      R"({"call":"login","seq_id":7})",        // not a text
+      R"({"call":"update","times":-1})",       // no number of ticks
+      R"({"seq_id":"x"})",                     // no call
+      R"(["call"])",                           // no object
+      R"({"call":"update")",                   // no JSON
+      "{\"call\":\"\xff\"}",                   // no UTF-8
+  };
+  std::string script = kLogin + "\n \t\r\n" + kDrain + kFriends;
+  std::vector<std::string> expected{"AuthPluginResult s 0"};
+  for (const std::string& line : bad) {
+    script += line + "\n";
+    expected.push_back("error " + std::to_string(expected.size() + 5));
+  }
+  expected.insert(expected.end(), {"FriendResult f 0", "BaseResult l 17", "FriendResult  10"});
+  script += kDrain + "{\"call\":\"shutdown\"}\n{\"call\":\"logout\",\"seq_id\":\"l\"}\n" +
+            R"({"call":"friends"})";
+  const Outcome outcome = Play(script);
+  EXPECT_EQ(Summary(outcome), expected);
+  EXPECT_EQ(outcome.status, 2);
+}
+
+TEST_F(Host, PlayHandsOverEveryFieldAndPrintsEveryFieldInOrder) {
+  const std::vector<Json> events = Events(
+      Play(kLogin + kDrain +
+           R"({"call":"friends","method_id":-5,"seq_id":"f","page":2,"count":3,"is_in_game":true})"
+           "\n" +
+           kDrain));
+  ASSERT_EQ(events.size(), 2U);
+  EXPECT_THAT(Keys(events[0]),
+              ElementsAre("event", "type", "observer_id", "seq_id", "flag", "record"));
+  EXPECT_THAT(
+      Keys(events[0]["record"]),
+      ElementsAre("method_id", "ret_code", "ret_msg", "third_code", "third_msg", "extra_json",
+                  "channel", "channelid", "openid", "channel_info", "confirm_code"));
+  const Json& record = events[1]["record"];
+  EXPECT_EQ(record["method_id"], -5);
+  EXPECT_EQ(record["extra_json"], R"({"total":25,"current":6,"is_in_game":true})");
+  ASSERT_EQ(record["friend_info_list"].size(), 3U);
+  EXPECT_THAT(Keys(record["friend_info_list"][0]),
+              ElementsAre("openid", "user_name", "gender", "picture_url", "country", "province",
+                          "city", "language", "extra_json"));
+}
+
+TEST_F(Host, PlayMixesLogLinesWithResultsAsTheyHappen) {
+  const Outcome outcome = Play(kAuto, "--log - --log-level error");
+  EXPECT_THAT(Summary(outcome),
+              ElementsAre("[a], LoginEndWithInvalidArgument [LoginMode]", "AuthResult a 11"));
+  EXPECT_EQ(Events(outcome)[0]["level"], 3);
+}
+
+TEST_F(Host, PlayTakesALineOfAMebibyte) {
+  const std::string long_text(1 << 20, 'x');
+  EXPECT_THAT(Summary(Play(R"({"call":"login","seq_id":"s","extra_json":")" + long_text + "\"}")),
+              ElementsAre("AuthResult s 11"));
+}
+
+struct StatusRow {
+  const char* name;
+  std::string script;
+  std::string calls;  // what goes wrong in EOS
+  int status;
+  std::vector<std::string> results;
+};
+
+TEST_F(Host, TheExitStatusFollowsTheResults) {
+  const StatusRow rows[] = {
+      {"all succeed", kLogin + kDrain, "{}", 0, {"AuthPluginResult s 0"}},
+      {"one fails",
+       kLogin + kDrain + kAuto + kDrain,
+       R"({"EOS_Connect_Login":[{"result":5}]})",
+       1,
+       {"AuthResult s 9999", "AuthResult a 11"}},
+      {"EOS retries",
+       kLogin + kDrain + kFriends + kDrain,
+       R"({"EOS_Friends_QueryFriends":[{"result":19}]})",
+       0,
+       {"AuthPluginResult s 0", "FriendResult f 9999", "FriendResult f 0"}},
+      {"too few ticks, so the shutdown answers",
+       kLogin + R"({"call":"drain","max_ticks":3})",
+       R"({"EOS_Auth_Login":[{"after_ticks":9}]})",
+       1,
+       {"AuthResult s 17"}},
+      {"never answered", R"({"call":"logout","seq_id":"l"})", "{}", 1, {}},
+  };
+  for (const StatusRow& row : rows) {
+    fs::remove_all(folder_ / "state");
+    const Outcome outcome =
+        Play(row.script, "--world " + File("world", kOneFriend + row.calls + "}"));
+    EXPECT_EQ(outcome.status, row.status) << row.name;
+    EXPECT_EQ(Summary(outcome), row.results) << row.name;
+  }
+}
+
+TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
+  const std::string broken = File("broken.json", "{\n\"ZELK\": 5}");
+  const std::pair<std::string, const char*> rows[] = {
+      {"", "subcommand"},
+      {"dance", "dance"},
+      {"login --mode Guess", "Guess"},
+      {"friends --page many", "page"},
+      {"--log-level loud tour", "loud"},
+      {"--json tour", "--json"},
+      {"play nowhere.jsonl", "nowhere.jsonl"},
+      {"--plugin nowhere.so login", "nowhere.so"},
+      {"--plugin " + broken + " login", "broken.json"},
+      {"--config nowhere.json login", "nowhere.json"},
+      {"--config " + broken + " login", "broken.json:2: "},
+      {"--world nowhere.json login", "nowhere.json"},
+      {"--world " + broken + " login", "broken.json"},
+      {"--log " + Quoted((folder_ / "no" / "log").string()) + " login", "log"},
+  };
+  for (const auto& [arguments, message] : rows) {
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.status, 2) << arguments;
+    EXPECT_THAT(outcome.out, IsEmpty()) << arguments;
+    EXPECT_THAT(outcome.err, HasSubstr(message)) << arguments;
+  }
+}
+
+TEST_F(Host, KeepsASignInFromOneProcessToTheNextUntilTheLogout) {
+  EXPECT_EQ(Run("auto-login").status, 1);
+  EXPECT_EQ(Run("login --mode IDPassword --id newcomer --password secret").status, 0);
+  EXPECT_THAT(Run("auto-login").out, HasSubstr("Pia Neuhold"));
+  const Outcome friends = Run("friends --page 1 --count 5");
+  EXPECT_THAT(friends.out, HasSubstr("invite sent"));
+  EXPECT_THAT(friends.out, HasSubstr("page 1: 1 of 1 friends"));
+  EXPECT_EQ(Run("logout").status, 0);
+  EXPECT_THAT(Summary(Run("--json auto-login")), ElementsAre("AuthResult auto-login 11"));
+  // EOS has forgotten the newcomer too: the portal signs in whom the world says.
+  EXPECT_THAT(Run("login").out, HasSubstr("Ylva"));
+}
+
+TEST_F(Host, ShowsNoTokenToPeopleAndEveryTokenToPrograms) {
+  const Json record = Events(Run("--json login"))[0]["record"];
+  const Json login = Json::parse(record["channel_info"].get<std::string>());
+  EXPECT_THAT(Run("login").out, Not(HasSubstr(login["access_token"].get<std::string>())));
+}
+
+TEST_F(Host, SignsInWithoutAPlaceToKeepAnything) {
+  File("state", "a file where the directory should be");
+  const Outcome outcome = Run("--log - --log-level error login");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("cannot be written"));
+}
+
+TEST_F(Host, TheTourShowsEveryStepWithItsEosWork) {
+  const Outcome outcome = Run("tour");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, IsEmpty());
+  for (const char* part :
+       {"EOS_Auth_Login, persistent authorisation  1 tick  EOS_InvalidAuth",
+        "EOS_UserInfo_QueryUserInfo, each friend  1 tick", "page 3: 5 of 25 friends",
+        "EOS_Auth_DeletePersistentAuth  1 tick  EOS_Success", "zelk_epic_auth_auto_login"}) {
+    EXPECT_THAT(outcome.out, HasSubstr(part));
+  }
+  EXPECT_THAT(outcome.out, Each(Not('\x1b')));
+}
+
+}  // namespace

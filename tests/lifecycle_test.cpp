@@ -75,7 +75,8 @@ TEST_F(Lifecycle, LogoutIsAnsweredAtOnceAndForgetsEverything) {
   EXPECT_THAT(OwnLines(),
               ElementsAre("1 Logout [ out ], epic logout",
                           "1 EpicAccountIdFromString Call EOS_EpicAccountId_FromString, openid "
-                          "str:" + id,
+                          "str:" +
+                              id,
                           "1 EpicAccountIdToString EOS_EpicAccountId_ToString result:" + id,
                           "1 LogoutCompleteCallbackFn [EOS SDK] Logout Success - User: " + id,
                           "1 DeletePersistentAuthCallback [EOS SDK] DeletePersistentAuth Success"));

@@ -49,57 +49,58 @@ TEST_F(Login, OfANewPlayerWritesItsLinesInOrder) {
   EXPECT_THAT(
       OwnLines(),
       ElementsAre(
-          "1 EpicAuth EpicAuth construction",                                            //
-          "1 Login [s1], EpicAuth begin login",                                          //
-          "1 Login [s1], permission:basic_profile",                                      //
-          "1 Login [s1], permission:Presence",                                           //
-          "2 Login [s1], epic invalid permission: Presence",                             //
-          "1 InitEpic [s1], EpicAuth begin InitEpic, init_=false",                       //
-          "1 InitEpic Call EOS_Initialize",                                              //
-          "1 InitEpic Call EOS_Logging_SetCallback",                                     //
-          "1 InitEpic Call EOS_Logging_SetLogLevel",                                     //
-          "1 InitEpic Call EOS_Platform_Create",                                         //
-          "1 InitEpic Epic SDK init success",                                            //
-          "1 Login [s1], login_mode:AccountPortal",                                      //
-          "1 Login [s1], call EOS_Auth_Login",                                           //
-          "3 EpicAccountIdToString account_id is NULL",                                  //
-          "1 EpicEResultToString EOS_EResult_ToString result:EOS_InvalidAuth",           //
+          "1 EpicAuth EpicAuth construction",                                   //
+          "1 Login [s1], EpicAuth begin login",                                 //
+          "1 Login [s1], permission:basic_profile",                             //
+          "1 Login [s1], permission:Presence",                                  //
+          "2 Login [s1], epic invalid permission: Presence",                    //
+          "1 InitEpic [s1], EpicAuth begin InitEpic, init_=false",              //
+          "1 InitEpic Call EOS_Initialize",                                     //
+          "1 InitEpic Call EOS_Logging_SetCallback",                            //
+          "1 InitEpic Call EOS_Logging_SetLogLevel",                            //
+          "1 InitEpic Call EOS_Platform_Create",                                //
+          "1 InitEpic Epic SDK init success",                                   //
+          "1 Login [s1], login_mode:AccountPortal",                             //
+          "1 Login [s1], call EOS_Auth_Login",                                  //
+          "3 EpicAccountIdToString account_id is NULL",                         //
+          "1 EpicEResultToString EOS_EResult_ToString result:EOS_InvalidAuth",  //
           "1 LoginCompleteCallbackFn Login complete, result:4 user id: msg:EOS_InvalidAuth",
-          "1 LoginCompleteCallbackFn enter default login flow",                          //
-          account_text, success,                                                         //
+          "1 LoginCompleteCallbackFn enter default login flow",  //
+          account_text, success,                                 //
           "1 LoginCompleteCallbackFn Login complete, result:0 user id:" + id + " msg:EOS_Success",
-          "1 LoginCompleteCallbackFn Login success, user id:" + id,                      //
-          "1 ConnectLogin Call EOS_Auth_CopyUserAuthToken",                              //
-          account_text,                                                                  //
+          "1 LoginCompleteCallbackFn Login success, user id:" + id,  //
+          "1 ConnectLogin Call EOS_Auth_CopyUserAuthToken",          //
+          account_text,                                              //
           "1 ConnectLogin Got accessToken:" + token +
-              " expiration:7200.00 epic_account_id_:" + id,                              //
-          "1 ConnectLogin Call EOS_Connect_Login",                                       //
-          "1 ConnectLogin Call EOS_Auth_Token_Release",                                  //
-          "3 EpicProductIdToString account_id is NULL",                                  //
-          "1 EpicEResultToString EOS_EResult_ToString result:EOS_InvalidUser",           //
+              " expiration:7200.00 epic_account_id_:" + id,                     //
+          "1 ConnectLogin Call EOS_Connect_Login",                              //
+          "1 ConnectLogin Call EOS_Auth_Token_Release",                         //
+          "3 EpicProductIdToString account_id is NULL",                         //
+          "1 EpicEResultToString EOS_EResult_ToString result:EOS_InvalidUser",  //
           "1 ConnectLoginCompleteCb Connect Login complete, result:3 localProductUserId: "
           "msg:EOS_InvalidUser",
-          "2 ConnectLoginCompleteCb Invalid user, try to connect create user",           //
-          "1 ConnectCreateUser Call EOS_Connect_CreateUser",                             //
-          product_text, success,                                                         //
+          "2 ConnectLoginCompleteCb Invalid user, try to connect create user",  //
+          "1 ConnectCreateUser Call EOS_Connect_CreateUser",                    //
+          product_text, success,                                                //
           "1 ConnectCreateUserCompleteCb Connect Create User complete, result:0 "
-          "local_product_userid:" + product + " msg:EOS_Success",
+          "local_product_userid:" +
+              product + " msg:EOS_Success",
           "1 OnEpicPlatfromLoginSuccess Epic platform login success, account_id:" + id +
-              " local_product_userid:" + product,                                        //
-          "1 OnEpicPlatfromLoginSuccess Next to get UserInfo",                           //
-          "1 OnEpicPlatfromLoginSuccess Call EOS_Platform_GetUserInfoInterface",         //
-          from_string,                                                                   //
-          "1 OnEpicPlatfromLoginSuccess Call EOS_UserInfo_QueryUserInfoOptions",         //
-          account_text, success,                                                         //
+              " local_product_userid:" + product,                                 //
+          "1 OnEpicPlatfromLoginSuccess Next to get UserInfo",                    //
+          "1 OnEpicPlatfromLoginSuccess Call EOS_Platform_GetUserInfoInterface",  //
+          from_string,                                                            //
+          "1 OnEpicPlatfromLoginSuccess Call EOS_UserInfo_QueryUserInfoOptions",  //
+          account_text, success,                                                  //
           "1 QueryUserInfoCompleteCallbackFn Query UserInfo complete, result:0 local_user_id:" +
               id + " msg:EOS_Success",
           "1 QueryUserInfoCompleteCallbackFn Query UserInfo success, local_user_id:" + id + " ",
-          "1 OnEpicPlatfromGetUserInfoFinish Query UserInfo finish, result:1",           //
+          "1 OnEpicPlatfromGetUserInfoFinish Query UserInfo finish, result:1",  //
           "1 OnEpicPlatfromGetUserInfoFinish Query UserInfo success, start to get Display Name",
-          from_string,                                                                   //
-          "1 OnEpicPlatfromGetUserInfoFinish Call EOS_UserInfo_CopyUserInfo",            //
+          from_string,                                                         //
+          "1 OnEpicPlatfromGetUserInfoFinish Call EOS_UserInfo_CopyUserInfo",  //
           "1 OnEpicPlatfromGetUserInfoFinish Copy UserInfo success, display name:New Comer",
-          "1 OnEpicPlatfromGetUserInfoFinish Call EOS_UserInfo_Release",                 //
+          "1 OnEpicPlatfromGetUserInfoFinish Call EOS_UserInfo_Release",  //
           "1 OnEpicPlatfromGetUserInfoFinish display name:New Comer"));
   for (const Line& line : Lines()) EXPECT_EQ(line.file, "zelk_epic_auth.cpp") << line.text;
 }
@@ -156,8 +157,8 @@ TEST_F(Login, PassesTheConfigurationAndTheCacheDirectoryToEos) {
   EXPECT_TRUE(platform["OverrideCountryCode"].is_null());
   EXPECT_TRUE(platform["OverrideLocaleCode"].is_null());
   EXPECT_EQ(platform["Flags"], 0);
-  EXPECT_TRUE(std::filesystem::equivalent(platform["CacheDirectory"].get<std::string>(),
-                                          directory()));
+  EXPECT_TRUE(
+      std::filesystem::equivalent(platform["CacheDirectory"].get<std::string>(), directory()));
   const Json connect = CallsOf("EOS_Connect_Login").at(0);
   EXPECT_EQ(connect["ApiVersion"], 2);
   EXPECT_EQ(connect["Credentials"]["Type"], 0);
@@ -205,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(
         ModeRow{"WrongPassword", R"({"LoginMode":"IDPassword","ID":"player","Password":"guess"})",
                 0, "player", "guess", 2},
         ModeRow{"EmptyPassword", R"({"LoginMode":"IDPassword","ID":"player","Password":""})", 0,
-                "player", "", 2},
+                "player", "", 10},
         ModeRow{"DevAuth", R"({"LoginMode":"DevAuth","ID":"player","Password":"secret"})", 4,
                 "player", "secret", 0},
         ModeRow{"ExchangeCode", R"({"LoginMode":"ExchangeCode","Code":"code"})", 1, nullptr, "code",
@@ -230,9 +231,9 @@ TEST_P(LoginArgument, ThatIsMissingIsRefused) {
   const ArgumentRow& row = GetParam();
   LogIn("s1", row.extra_json, "nonsense");
   ExpectFailure(TakeResult(), 11, 0, "");
-  EXPECT_EQ(LinesSaying(std::string("[s1], LoginEndWithInvalidArgument [") + row.argument + "]")
-                .size(),
-            1U);
+  EXPECT_EQ(
+      LinesSaying(std::string("[s1], LoginEndWithInvalidArgument [") + row.argument + "]").size(),
+      1U);
   EXPECT_EQ(LinesSaying("[s1], epic invalid permission: nonsense").size(), row.platform ? 1U : 0U);
   EXPECT_EQ(CountCalls("EOS_Initialize"), row.platform ? 1 : 0);
   EXPECT_EQ(CountCalls("EOS_Auth_Login"), 0);
@@ -295,7 +296,7 @@ struct FaultRow {
   const char* name;
   const char* call;
   int32_t given;
-  int64_t skip;  // calls that go well first
+  int64_t skip;      // calls that go well first
   int32_t ret_code;  // 0: the login succeeds all the same
   int32_t third_code;
   const char* third_msg;
@@ -385,7 +386,8 @@ TEST_F(Login, ByPinGrantIsAnsweredOnceThoughEosCompletesTwice) {
   LogIn("s1", R"({"LoginMode":"PinGrant"})");
   Tick(20);
   ExpectFailure(TakeResult(), 9999, 1020, "EOS_Auth_PinGrantCode");
-  EXPECT_THAT(OwnLines(), Contains(HasSubstr("2 LoginCompleteCallbackFn Waiting for PIN grant Code:")));
+  EXPECT_THAT(OwnLines(),
+              Contains(HasSubstr("2 LoginCompleteCallbackFn Waiting for PIN grant Code:")));
   EXPECT_EQ(LinesSaying("LoginCompleteCallbackFn base_params_ is null, memory leak").size(), 1U);
 }
 
@@ -418,7 +420,8 @@ TEST_F(Login, LosesNothingWhenEosCompletesWithoutData) {
       {"EOS_Connect_CreateUser", false, "NULL Data for ConnectCreateUserCompleteCb"},
       {"EOS_Connect_CreateUser", true, "nullptr ClientData for ConnectCreateUserCompleteCb"},
       {"EOS_UserInfo_QueryUserInfo", false, "NULL Data for QueryUserInfoCompleteCallbackFn"},
-      {"EOS_UserInfo_QueryUserInfo", true, "nullptr ClientData for QueryUserInfoCompleteCallbackFn"},
+      {"EOS_UserInfo_QueryUserInfo", true,
+       "nullptr ClientData for QueryUserInfoCompleteCallbackFn"},
   };
   World(NewcomerWorld());
   for (const auto& row : rows) {
@@ -436,20 +439,22 @@ TEST_F(Login, LosesNothingWhenEosCompletesWithoutData) {
   for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, 17);
 }
 
-TEST_F(Login, BringsThePlatformUpOnceAndRegistersForExpirationOnce) {
+TEST_F(Login, TriesAgainToBringEosUpAfterAFailure) {
+  Fail("EOS_Initialize", 1, 1);
   Fail("EOS_Platform_Create", 1, 1);
-  LogIn("s1", kPortal);
-  ExpectFailure(TakeResult(), 17, 0, "");
-  LogIn("s2", kPortal);
-  ExpectFailure(TakeResult(), 17, 0, "");  // EOS was initialised by the first
-  EXPECT_EQ(CountCalls("EOS_Initialize"), 2);
+  for (const char* seq_id : {"initialize", "platform", "already initialised"}) {
+    LogIn(seq_id, kPortal);
+    ExpectFailure(TakeResult(), 17, 0, "");
+  }
+  EXPECT_EQ(CountCalls("EOS_Initialize"), 3);
   EXPECT_EQ(CountCalls("EOS_Platform_Create"), 1);
-  eos_standin::ClearRules();
-  Fail("EOS_Initialize", 0, 1);
+}
+
+TEST_F(Login, BringsThePlatformUpOnceAndRegistersForExpirationOnce) {
   SignIn();
   SignIn();
   ExpectAnswers("sign-in", 2);
-  EXPECT_EQ(CountCalls("EOS_Initialize"), 3);
+  EXPECT_EQ(CountCalls("EOS_Initialize"), 1);
   EXPECT_EQ(LinesSaying("[sign-in], EpicAuth begin InitEpic, init_=true").size(), 1U);
   EXPECT_EQ(CountCalls("EOS_Connect_AddNotifyAuthExpiration"), 1);
   EXPECT_EQ(CountCalls("EOS_Platform_GetConnectInterface"), 2);
@@ -471,7 +476,8 @@ TEST_F(Login, ReportsThatTheConnectTokenRunsOut) {
   eos_standin::ExpireConnectToken(true);
   Tick();
   EXPECT_THAT(OwnLines(), Contains("2 ConnectAuthExpirationCb Connect Auth Expiring - "
-                                   "ProductUserId: " + std::string(kPlayerProductId)));
+                                   "ProductUserId: " +
+                                   std::string(kPlayerProductId)));
   EXPECT_THAT(OwnLines(), Contains("3 ConnectAuthExpirationCb NULL Data for CallbackFn"));
   EXPECT_THAT(TakeResults(), IsEmpty());
 }
@@ -545,7 +551,7 @@ TEST_F(Login, SucceedsThoughNothingCanBeStored) {
   std::ofstream(directory() / "file") << "in the way";
   zelk::foundation_standin::SetStoreDirectory(directory() / "file" / "store");
   SignIn();
-  EXPECT_THAT(OwnLines(), Contains(HasSubstr("3 ")).Times(testing::Ge(1)));
+  EXPECT_THAT(OwnLines(), Contains(HasSubstr(directory().string())));
 }
 
 TEST_F(Login, TakesLongAndStrangeTexts) {

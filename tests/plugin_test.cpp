@@ -86,14 +86,14 @@ PluginTest::PluginTest() : directory_(MakeDirectory()), sink_(std::make_shared<S
   SetTemporaryDirectory(directory_);
   zelk::foundation_standin::SetStoreDirectory(directory_);
   zelk::foundation_standin::SetLogSinks({sink_});
-  for (const auto& [key, value] : std::map<std::string, std::string>{
-           {"EPIC_PRODUCT_NAME", "Test"},
-           {"EPIC_PRODUCT_VERSION", "1.2"},
-           {"EPIC_PRODUCT_ID", "product"},
-           {"EPIC_SANDBOX_ID", "sandbox"},
-           {"EPIC_DEPLOYMENT_ID", "deployment"},
-           {"EPIC_CLIENT_ID", "client"},
-           {"EPIC_CLIENT_SECRET", "secret"}}) {
+  for (const auto& [key, value] :
+       std::map<std::string, std::string>{{"EPIC_PRODUCT_NAME", "Test"},
+                                          {"EPIC_PRODUCT_VERSION", "1.2"},
+                                          {"EPIC_PRODUCT_ID", "product"},
+                                          {"EPIC_SANDBOX_ID", "sandbox"},
+                                          {"EPIC_DEPLOYMENT_ID", "deployment"},
+                                          {"EPIC_CLIENT_ID", "client"},
+                                          {"EPIC_CLIENT_SECRET", "secret"}}) {
     zelk::core_standin::SetConfig("ZELK", key, value);
   }
   World(TestWorld());
@@ -154,6 +154,11 @@ void PluginTest::Tick(int times) {
 
 void PluginTest::Shutdown() { plugin_->shutdown(); }
 
+void PluginTest::ExpectAnswers(const std::string& seq_id, int answers) {
+  expected_[seq_id] = answers;
+  if (answers == 0) expected_.erase(seq_id);
+}
+
 bool PluginTest::AllAnswered() const {
   for (const auto& [seq_id, count] : expected_) {
     const auto answers = answered_.find(seq_id);
@@ -196,9 +201,8 @@ int64_t PluginTest::CountCalls(const std::string& function) {
 
 void PluginTest::Collect() {
   zelk::core_standin::DrainTaskQueue([this](const zelk::core_standin::CommittedResult& committed) {
-    Result result{.observer_id = committed.observer_id,
-                  .seq_id = committed.seq_id,
-                  .flag = committed.flag};
+    Result result{
+        .observer_id = committed.observer_id, .seq_id = committed.seq_id, .flag = committed.flag};
     std::visit(Flatten{result}, committed.record);
     ++answered_[result.seq_id];
     results_.push_back(std::move(result));

@@ -1,6 +1,6 @@
-// The fixture of every test that drives the plugin: it loads the library that ships, plays the core and
-// the game, scripts EOS, and ends each test by asserting that nothing was misused, nothing is left over
-// and every request got exactly one answer. A test is a process of its own.
+// The fixture of every test that drives the plugin: it loads the library that ships, plays the core
+// and the game, scripts EOS, and ends each test by asserting that nothing was misused, nothing is
+// left over and every request got exactly one answer. A test is a process of its own.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -36,8 +36,8 @@ struct Result {
   std::string seq_id;
   bool flag = false;
   zelk::BaseResult base{0};
-  zelk::AuthPluginResult login;                  // of an AuthPluginResult
-  std::vector<zelk::PersonInfo> friends;         // of a FriendResult
+  zelk::AuthPluginResult login;           // of an AuthPluginResult
+  std::vector<zelk::PersonInfo> friends;  // of a FriendResult
 };
 
 class PluginTest : public testing::Test {
@@ -82,7 +82,7 @@ class PluginTest : public testing::Test {
   std::string StoredParameters() const;
 
   // A request that is to get another number of answers than one.
-  void ExpectAnswers(const std::string& seq_id, int answers) { expected_[seq_id] = answers; }
+  void ExpectAnswers(const std::string& seq_id, int answers);
 
   const std::filesystem::path& directory() const { return directory_; }
   const zelk::host::PluginLibrary& plugin() const { return *plugin_; }

@@ -1,5 +1,6 @@
-// The face of the core stand-in towards a game: load a configuration, take results off the task queue,
-// read the friend messages that arrived. The host and the tests use it; the plugin never does.
+// The face of the core stand-in towards a game: load a configuration, take results off the task
+// queue, read the friend messages that arrived. The host and the tests use it; the plugin never
+// does.
 #pragma once
 
 #include <cstddef>

@@ -14,9 +14,10 @@
 
 namespace zelk::foundation_standin {
 
-// Any thread. Every line at or above the threshold goes to every sink: the tag as the logger's name,
-// file, function and line as the source location, the text as the payload; level 1 is spdlog's info, 2
-// warn, 3 err. No sink at first, threshold kLogInfo at first. A level above kLogError silences the log.
+// Any thread. Every line at or above the threshold goes to every sink: the tag as the logger's
+// name, file, function and line as the source location, the text as the payload; level 1 is
+// spdlog's info, 2 warn, 3 err. No sink at first, threshold kLogInfo at first. A level above
+// kLogError silences the log.
 ZELK_FOUNDATION_API void SetLogSinks(std::vector<std::shared_ptr<spdlog::sinks::sink>> sinks);
 ZELK_FOUNDATION_API void SetLogThreshold(int32_t level);
 

@@ -1,5 +1,5 @@
-// The Windows calls that the plugin makes, for builds that are not Windows: names, types and meaning
-// are those of the system's own header, as far as the plugin needs them.
+// The Windows calls that the plugin makes, for builds that are not Windows: names, types and
+// meaning are those of the system's own header, as far as the plugin needs them.
 #pragma once
 
 #include <cstddef>
@@ -24,11 +24,12 @@ using LPTHREAD_START_ROUTINE = DWORD(WINAPI*)(LPVOID);
 
 extern "C" {
 
-// The temporary directory with a closing slash: TMPDIR, or /tmp. Returns its length without the NUL;
-// when the buffer is too small, the size needed, and writes nothing.
+// The temporary directory with a closing slash: TMPDIR, or /tmp. Returns its length without the
+// NUL; when the buffer is too small, the size needed, and writes nothing.
 ZELK_WINDOWS_API DWORD WINAPI GetTempPathA(DWORD size, LPSTR buffer);
 
-// Starts a detached thread at once; null when it cannot be started. The handle is the caller's to close.
+// Starts a detached thread at once; null when it cannot be started. The handle is the caller's to
+// close.
 ZELK_WINDOWS_API HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack_size,
                                             LPTHREAD_START_ROUTINE start, LPVOID parameter,
                                             DWORD creation_flags, LPDWORD thread_id);
