@@ -82,7 +82,7 @@ class Game::Progress {
     if (!visible_ || Clock::now() < next_) return;
     next_ = Clock::now() + kInterval;
     shown_ = true;
-    fmt::print(stderr, "\rtick {}, {} unanswered ", game_.ticks(), game_.Unanswered());
+    fmt::print(stderr, "\rwaiting for EOS: tick {} ", game_.ticks());
     std::fflush(stderr);
   }
 

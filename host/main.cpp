@@ -262,7 +262,9 @@ void AddCommands(CLI::App& app, Options& options) {
       ->add_option("FILE", options.script, "The script; - is standard input")
       ->required();
   for (CLI::App* command : app.get_subcommands(nullptr)) command->fallthrough();
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.get_formatter()->label("Subcommands", "Commands");
 }
 
 int Run(const CLI::App& app, const Options& options, const std::vector<std::string>& arguments) {
@@ -288,6 +290,7 @@ int Main(const std::vector<std::string>& arguments) {
   AddCommands(app, options);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    if (app.get_subcommands().empty()) throw CLI::RequiredError("A command");
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : kBadInput;
   }

@@ -133,10 +133,10 @@ const FieldRow& FindField(std::string_view name, const CallRow& call) {
 
 Step ReadStep(const Json& line, const CallRow& call) {
   Step step;
-  for (const auto& [name, value] : line.items()) {
-    if (name == "call") continue;
-    std::visit([&](auto member) { Assign(step.*member, value, Quoted(name)); },
-               FindField(name, call).member);
+  for (const auto& item : line.items()) {
+    if (item.key() == "call") continue;
+    std::visit([&](auto member) { Assign(step.*member, item.value(), Quoted(item.key())); },
+               FindField(item.key(), call).member);
   }
   if (step.times < 0 || step.max_ticks < 0) Refuse("a number of ticks must not be negative");
   return step;

@@ -13,7 +13,7 @@ constexpr std::string_view kIndent = "             ";
 constexpr int32_t kFriendsPerPage = 10;
 
 void PrintHeading(const std::string& heading) {
-  PrintText("\n" + Styled(Style::kBold, heading) + "\n");
+  PrintText(fmt::format("\n{}\n", Styled(Style::kBold, heading)));
 }
 
 // A block of lines; the first of them carries its name.

@@ -2,9 +2,9 @@
 
 namespace zelk {
 
-constinit std::mutex EosLock::inside_;
-constinit std::mutex EosLock::next_;
-constinit std::mutex EosLock::workers_;
+std::mutex EosLock::inside_;
+std::mutex EosLock::next_;
+std::mutex EosLock::workers_;
 constinit std::atomic<bool> EosLock::worker_queues_{false};
 std::atomic<std::thread::id> EosLock::owner_{};
 constinit int EosLock::depth_ = 0;

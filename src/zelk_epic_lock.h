@@ -47,9 +47,9 @@ class EosLock {
   static void Queue();
   static void Leave();
 
-  static constinit std::mutex inside_;
-  static constinit std::mutex next_;
-  static constinit std::mutex workers_;
+  static std::mutex inside_;
+  static std::mutex next_;
+  static std::mutex workers_;
   static constinit std::atomic<bool> worker_queues_;
   static std::atomic<std::thread::id> owner_;
   static constinit int depth_;  // the owner's only

@@ -227,7 +227,7 @@ TEST_F(Host, TheExitStatusFollowsTheResults) {
 TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
   const std::string broken = File("broken.json", "{\n\"ZELK\": 5}");
   const std::pair<std::string, const char*> rows[] = {
-      {"", "subcommand"},
+      {"", "command"},
       {"dance", "dance"},
       {"login --mode Guess", "Guess"},
       {"friends --page many", "page"},
