@@ -40,6 +40,11 @@ struct Result {
   std::vector<zelk::PersonInfo> friends;  // of a FriendResult
 };
 
+// Lets a test be listed by the name of its row.
+template <class Row>
+requires requires(const Row& row) { std::string(row.name); }
+void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+
 class PluginTest : public testing::Test {
  protected:
   PluginTest();
