@@ -21,8 +21,9 @@ constexpr int kTicksToWait = 20000;
 
 std::filesystem::path MakeDirectory() {
   std::random_device random;
-  const auto name = "zelk test " + std::to_string(random()) + std::to_string(random());
-  const std::filesystem::path directory = std::filesystem::temp_directory_path() / name;
+  const std::filesystem::path directory = std::filesystem::temp_directory_path() /
+                                          u8"zelk t\u00e9st" /
+                                          std::to_string(uint64_t{random()} << 32 | random());
   std::filesystem::create_directories(directory);
   return directory;
 }
