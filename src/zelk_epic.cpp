@@ -6,6 +6,7 @@
 #include "zelk_epic_commit.h"
 #include "zelk_epic_friend.h"
 #include "zelk_epic_lock.h"
+#include "zelk_epic_pending.h"
 
 using zelk::AtBoundary;
 using zelk::BaseParams;
@@ -60,8 +61,9 @@ void zelk_epic_shutdown() {
   AtBoundary("zelk_epic_shutdown", [] {
     EpicFriend::AnswerForWorkers();
     EpicAuth::GetInstance()->ShutDown();
-    EpicFriend::AnswerAfterShutdown();
   });
+  zelk::EosHeld::AnswerAfterShutdown();
+  EpicFriend::AnswerAfterShutdown();
 }
 
 void zelk_epic_friend_queryfriends(const BaseParams& params, int32_t page, int32_t count,

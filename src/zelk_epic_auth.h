@@ -35,7 +35,7 @@ class EpicAuth {
   bool InitEpic(const BaseParams& params);
   // Drives EOS; nothing without a platform.
   void Tick();
-  // Releases the platform for good, and answers what EOS has not answered.
+  // Releases the platform for good. What EOS has not answered is still to be answered.
   void ShutDown();
 
   EOS_HPlatform platform() const { return epic_platform_handle_; }
@@ -85,7 +85,6 @@ class EpicAuth {
  private:
   EpicAuth();
 
-  bool CreatePlatform();
   bool FetchAuthInterface();
   void IssueFirstLogin(const BaseParams& params, int32_t scope_flags,
                        Pending<LoginClientData> client_data);

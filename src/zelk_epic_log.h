@@ -18,7 +18,8 @@ template <std::size_t N>
 struct QualifiedName {
   explicit consteval QualifiedName(const char (&signature)[N]) {
     const std::string_view whole(signature, N - 1);
-    const std::string_view head = whole.substr(0, whole.find('('));
+    const std::string_view function = whole.substr(0, whole.find("::<lambda"));
+    const std::string_view head = function.substr(0, function.find('('));
     const std::size_t begin = head.rfind(' ') + 1;  // npos + 1 is 0
     for (std::size_t i = begin; i < head.size(); ++i) text[i - begin] = head[i];
   }
@@ -26,11 +27,16 @@ struct QualifiedName {
   char text[N] = {};
 };
 
+static_assert(
+    std::string_view(QualifiedName("void __cdecl n::A::F::<lambda_1>::operator ()(void) const")
+                         .text) == "n::A::F");
+
 // The text after the last '/', or after the last '\' of a path without any '/'.
 consteval const char* BaseName(const char* path) {
   const std::string_view whole(path);
   const std::size_t slash = whole.rfind('/');
-  return path + (slash != std::string_view::npos ? slash : whole.rfind('\\')) + 1;
+  // npos + 1 is 0
+  return path + ((slash != std::string_view::npos ? slash : whole.rfind('\\')) + 1);
 }
 
 }  // namespace zelk

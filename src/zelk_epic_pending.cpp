@@ -23,7 +23,8 @@ void PendingList::AnswerAfterShutdown() noexcept {
   while (first_ != nullptr) {
     PendingContext* context = first_;
     Remove(context);
-    AtBoundary("zelk::PendingList::AnswerAfterShutdown", [&] { context->AnswerAfterShutdown(); });
+    const auto answer = [context] { context->AnswerAfterShutdown(); };
+    AtBoundary("zelk::PendingList::AnswerAfterShutdown", answer, answer);
     context->Release();
   }
 }

@@ -53,7 +53,8 @@ class PendingList {
   bool empty() const { return first_ == nullptr; }
   PendingContext* first() const { return first_; }
 
-  // Lets every context answer, then frees it. What an answer throws is logged.
+  // Lets every context answer, then frees it. An answer that throws is logged and
+  // tried once more.
   void AnswerAfterShutdown() noexcept;
 
  private:

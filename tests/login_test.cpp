@@ -390,21 +390,31 @@ TEST_F(Login, ByPinGrantIsAnsweredOnceThoughEosCompletesTwice) {
   EXPECT_EQ(LinesSaying("LoginCompleteCallbackFn base_params_ is null, memory leak").size(), 1U);
 }
 
-class LoginRetry : public Login, public testing::WithParamInterface<const char*> {};
+struct RetryRow {
+  const char* name;
+  const char* call;
+  int32_t third_code;  // 0: signs in all the same
+};
+
+class LoginRetry : public Login, public testing::WithParamInterface<RetryRow> {};
 
 TEST_P(LoginRetry, IsAnsweredOnceThoughEosCompletesAgain) {
   World(NewcomerWorld());
-  Fail(GetParam(), 19, 1);
+  Fail(GetParam().call, 19, 1);
   LogIn("s1", kPortal);
   Tick(20);
-  TakeResult();
+  const Result result = TakeResult();
+  EXPECT_EQ(result.type, GetParam().third_code == 0 ? "AuthPluginResult" : "AuthResult");
+  EXPECT_EQ(result.base.third_code, GetParam().third_code);
   EXPECT_EQ(eos_standin::OutstandingNow().operations, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, LoginRetry,
-                         testing::Values("EOS_Auth_Login", "EOS_Connect_Login",
-                                         "EOS_Connect_CreateUser", "EOS_UserInfo_QueryUserInfo"),
-                         [](const auto& row) { return std::string(row.param); });
+                         testing::Values(RetryRow{"Auth", "EOS_Auth_Login", 0},
+                                         RetryRow{"Connect", "EOS_Connect_Login", 19},
+                                         RetryRow{"CreateUser", "EOS_Connect_CreateUser", 19},
+                                         RetryRow{"UserInfo", "EOS_UserInfo_QueryUserInfo", 0}),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(Login, LosesNothingWhenEosCompletesWithoutData) {
   const struct {

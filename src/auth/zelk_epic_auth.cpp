@@ -365,7 +365,6 @@ void EpicAuth::ShutDown() {
     const std::string name = EpicEResultToString(result);
     ZELK_LOG(kLogWarning, "Epic EOS SDK, ShutDown failed with third error: ,%s", name.c_str());
   }
-  EosHeld::AnswerAfterShutdown();
 }
 
 // Kept once it was had, also when the platform is gone: check the platform before any use.
@@ -842,7 +841,6 @@ void EpicAuth::OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> re
     ZELK_LOG(kLogError, "null baseparams in OnEpicPlatfromGetUserInfoFinish");
     return;
   }
-  if (ok && epic_platform_handle_ == nullptr) return EosHeld::PutBack(request.release());
   ZELK_LOG(kLogInfo, "Query UserInfo finish, result:%d", ok ? 1 : 0);
   std::string nickname;
   if (ok) {
@@ -869,9 +867,12 @@ struct ReleaseUserInfo {
 
 }  // namespace
 
-// The display name of the signed-in account as EOS has it; empty when EOS has none.
+// The display name of the signed-in account as EOS has it; empty when EOS has none, or is going
+// down.
 std::string EpicAuth::CopyDisplayName() {
-  const EOS_HUserInfo user_info = EOS_Platform_GetUserInfoInterface(epic_platform_handle_);
+  const EOS_HUserInfo user_info = epic_platform_handle_ != nullptr
+                                      ? EOS_Platform_GetUserInfoInterface(epic_platform_handle_)
+                                      : nullptr;
   EOS_UserInfo* copy = nullptr;
   EOS_EResult result = EOS_EResult::EOS_InvalidParameters;
   if (user_info != nullptr) {

@@ -82,7 +82,7 @@ class AuthPluginResult : public BaseResult {
 class PersonInfo {
  public:
   ZELK_CORE_API PersonInfo();
-  ZELK_CORE_API PersonInfo(const PersonInfo& other);
+  PersonInfo(const PersonInfo& other) : PersonInfo() { *this = other; }
   ZELK_CORE_API PersonInfo& operator=(const PersonInfo& other);
   ZELK_CORE_API ~PersonInfo();
 

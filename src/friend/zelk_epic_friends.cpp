@@ -178,8 +178,8 @@ EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
 void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t count,
                               bool is_in_game) {
   ZELK_LOG(kLogInfo, "[%s] EpicFriend::QueryFriends, start query friends.", params.seq_id.c_str());
-  if (page > 0 && count <= 0) return Fail(params, kResultInvalidArgument, kInvalidCount);
   const EpicAuth& auth = *EpicAuth::GetInstance();
+  if (page > 0 && count <= 0) return Fail(params, kResultInvalidArgument, kInvalidCount);
   const EOS_EpicAccountId account_id = SignedInAccount(auth);
   if (account_id == nullptr) return Fail(params, kResultNeedLogin, kInvalidAccount);
   if (epic_friends_handle == nullptr) {
@@ -443,14 +443,17 @@ void EpicFriend::AnswerForWorkers() {
   while (!left_for_tick.empty()) {
     auto* const page = static_cast<FriendsInfoThreadContext*>(left_for_tick.first());
     left_for_tick.Remove(page);
-    AtBoundary("zelk::EpicFriend::AnswerForWorkers", [page] {
-      if (page->failure != nullptr) {
-        AnswerFailure(*page->friends_info, page->base_params, kResultUnknownError, page->failure);
-      } else if (!page->friends_info->answered) {
-        AnswerSuccess(*page->friends_info, page->base_params, page->current, page->total,
-                      page->is_in_game);
-      }
-    });
+    const auto fail = [page] {
+      const char* message = page->failure != nullptr ? page->failure : kUnknownError;
+      AnswerFailure(*page->friends_info, page->base_params, kResultUnknownError, message);
+    };
+    const auto answer = [page, &fail] {
+      if (page->failure != nullptr) return fail();
+      if (page->friends_info->answered) return;
+      AnswerSuccess(*page->friends_info, page->base_params, page->current, page->total,
+                    page->is_in_game);
+    };
+    AtBoundary("zelk::EpicFriend::AnswerForWorkers", answer, fail);
     page->Release();
   }
 }
@@ -458,7 +461,8 @@ void EpicFriend::AnswerForWorkers() {
 // The workers find their pages answered, and stop.
 void EpicFriend::AnswerAfterShutdown() {
   for (PendingContext* page = workers.first(); page != nullptr; page = page->next()) {
-    AtBoundary("zelk::EpicFriend::AnswerAfterShutdown", [page] { page->AnswerAfterShutdown(); });
+    const auto answer = [page] { page->AnswerAfterShutdown(); };
+    AtBoundary("zelk::EpicFriend::AnswerAfterShutdown", answer, answer);
   }
 }
 

@@ -14,7 +14,6 @@ AuthPluginResult::AuthPluginResult() : BaseResult(kResultSuccess), channelid(0) 
 AuthPluginResult::~AuthPluginResult() = default;
 
 PersonInfo::PersonInfo() : gender(0) {}
-PersonInfo::PersonInfo(const PersonInfo& other) = default;
 PersonInfo& PersonInfo::operator=(const PersonInfo& other) = default;
 PersonInfo::~PersonInfo() = default;
 
