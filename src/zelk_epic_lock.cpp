@@ -2,17 +2,14 @@
 
 namespace zelk {
 
-std::mutex EosLock::inside_;
-std::mutex EosLock::next_;
 std::mutex EosLock::workers_;
-constinit std::atomic<bool> EosLock::worker_queues_{false};
+constinit std::atomic<uint32_t> EosLock::tickets_{0};
+constinit std::atomic<uint32_t> EosLock::turn_{0};
 std::atomic<std::thread::id> EosLock::owner_{};
 constinit int EosLock::depth_ = 0;
 
 EosLock::Entry::Entry() {
-  if (Reenter()) return;
-  if (worker_queues_.load(std::memory_order_relaxed) || !inside_.try_lock()) Queue();
-  Enter();
+  if (!Reenter()) Enter();
 }
 
 EosLock::Entry::~Entry() { Leave(); }
@@ -20,9 +17,6 @@ EosLock::Entry::~Entry() { Leave(); }
 EosLock::Step::Step() {
   if (Reenter()) return;
   worker_ = std::unique_lock(workers_);
-  worker_queues_.store(true, std::memory_order_relaxed);
-  Queue();
-  worker_queues_.store(false, std::memory_order_relaxed);
   Enter();
 }
 
@@ -35,12 +29,9 @@ bool EosLock::Reenter() {
   return true;
 }
 
-void EosLock::Queue() {
-  const std::lock_guard next(next_);
-  inside_.lock();
-}
-
 void EosLock::Enter() {
+  const uint32_t ticket = tickets_.fetch_add(1, std::memory_order_relaxed);
+  for (uint32_t turn = turn_.load(); turn != ticket; turn = turn_.load()) turn_.wait(turn);
   owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
   depth_ = 1;
 }
@@ -48,7 +39,8 @@ void EosLock::Enter() {
 void EosLock::Leave() {
   if (--depth_ > 0) return;
   owner_.store(std::thread::id(), std::memory_order_relaxed);
-  inside_.unlock();
+  turn_.fetch_add(1);
+  turn_.notify_all();
 }
 
 }  // namespace zelk

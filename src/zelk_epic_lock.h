@@ -4,19 +4,19 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 
 namespace zelk {
 
-// Invariant: whoever is inside EOS holds `inside_`, and so does whoever reads or writes the state
-// of EpicAuth, a context that EOS holds, or a detail list.
+// Invariant: whoever is inside EOS holds the lock, and so does whoever reads or writes the state of
+// EpicAuth, a context that EOS holds, or a detail list.
 //
-// Who finds it taken queues up at `next_`, and gives that up only once inside. A worker also holds
-// `workers_` for as long as its step lasts, so that at most one worker is inside or in the queue: a
-// tick that arrives waits for one EOS call at the most. Entry points queue up whenever a worker
-// does, so a worker gets its step in after one tick at the latest, however fast the ticks follow
-// each other.
+// Who comes draws a ticket and gets in when its turn has come. A worker keeps `workers_` for as
+// long as its step lasts, so that at most one worker is inside or has a ticket: a tick that arrives
+// waits for one EOS call of a worker at the most, and a worker for one tick, however fast they
+// follow each other.
 class EosLock {
  public:
   // For the entry points, and so for everything that EOS runs inside a tick.
@@ -38,19 +38,17 @@ class EosLock {
     Step& operator=(const Step&) = delete;
 
    private:
-    std::unique_lock<std::mutex> worker_;
+    std::unique_lock<std::mutex> worker_;  // given back after the lock
   };
 
  private:
   static bool Reenter();
   static void Enter();
-  static void Queue();
   static void Leave();
 
-  static std::mutex inside_;
-  static std::mutex next_;
   static std::mutex workers_;
-  static constinit std::atomic<bool> worker_queues_;
+  static constinit std::atomic<uint32_t> tickets_;  // drawn so far
+  static constinit std::atomic<uint32_t> turn_;     // whose turn it is
   static std::atomic<std::thread::id> owner_;
   static constinit int depth_;  // the owner's only
 };

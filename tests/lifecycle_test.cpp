@@ -11,6 +11,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using zelk_test::PrintTo;
 
 constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 

@@ -13,6 +13,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using zelk_test::PrintTo;
 
 constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 

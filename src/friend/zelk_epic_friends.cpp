@@ -518,10 +518,16 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
     if (completes_again || platform_is_gone) return EosHeld::PutBack(context.release());
     AddDetails(*context, data->ResultCode);
   };
-  AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&context] {
+  // A friend that is lost keeps its page from ever being complete, so somebody has to answer the
+  // page.
+  bool lost = false;
+  AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&] {
     if (context == nullptr) return;
+    lost = true;
     AnswerFailure(*context->friends_info, context->base_params, kResultUnknownError, kUnknownError);
+    lost = false;
   });
+  if (lost) EosHeld::PutBack(context.release());
 }
 
 }  // namespace zelk
