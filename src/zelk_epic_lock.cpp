@@ -2,9 +2,12 @@
 
 namespace zelk {
 
-std::mutex EosLock::workers_;
+EosLock::Immortal<std::mutex> EosLock::workers_;
 constinit std::atomic<uint32_t> EosLock::tickets_{0};
 constinit std::atomic<uint32_t> EosLock::turn_{0};
+constinit std::atomic<uint32_t> EosLock::sleepers_{0};
+EosLock::Immortal<std::mutex> EosLock::sleep_;
+EosLock::Immortal<std::condition_variable> EosLock::turn_changed_;
 std::atomic<std::thread::id> EosLock::owner_{};
 constinit int EosLock::depth_ = 0;
 
@@ -16,7 +19,7 @@ EosLock::Entry::~Entry() { Leave(); }
 
 EosLock::Step::Step() {
   if (Reenter()) return;
-  worker_ = std::unique_lock(workers_);
+  worker_ = std::unique_lock(workers_.value);
   Enter();
 }
 
@@ -31,16 +34,27 @@ bool EosLock::Reenter() {
 
 void EosLock::Enter() {
   const uint32_t ticket = tickets_.fetch_add(1, std::memory_order_relaxed);
-  for (uint32_t turn = turn_.load(); turn != ticket; turn = turn_.load()) turn_.wait(turn);
+  if (turn_.load() != ticket) SleepUntilTurnOf(ticket);
   owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
   depth_ = 1;
 }
 
+void EosLock::SleepUntilTurnOf(uint32_t ticket) {
+  std::unique_lock sleep(sleep_.value);
+  ++sleepers_;
+  turn_changed_.value.wait(sleep, [ticket] { return turn_.load() == ticket; });
+  --sleepers_;
+}
+
+// The turn changes before the sleepers are counted, and a sleeper is counted before it looks at the
+// turn: one of the two sees the other, so nobody sleeps through its turn.
 void EosLock::Leave() {
   if (--depth_ > 0) return;
   owner_.store(std::thread::id(), std::memory_order_relaxed);
   turn_.fetch_add(1);
-  turn_.notify_all();
+  if (sleepers_.load() == 0) return;
+  { const std::lock_guard sleep(sleep_.value); }
+  turn_changed_.value.notify_all();
 }
 
 }  // namespace zelk

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -44,11 +45,23 @@ class EosLock {
  private:
   static bool Reenter();
   static void Enter();
+  static void SleepUntilTurnOf(uint32_t ticket);
   static void Leave();
 
-  static std::mutex workers_;
-  static constinit std::atomic<uint32_t> tickets_;  // drawn so far
-  static constinit std::atomic<uint32_t> turn_;     // whose turn it is
+  // What sleepers use is never destroyed: a worker may still run when the process ends.
+  template <class T>
+  union Immortal {
+    Immortal() : value() {}
+    ~Immortal() {}
+    T value;
+  };
+
+  static Immortal<std::mutex> workers_;
+  static constinit std::atomic<uint32_t> tickets_;   // drawn so far
+  static constinit std::atomic<uint32_t> turn_;      // whose turn it is
+  static constinit std::atomic<uint32_t> sleepers_;  // those that wait for their turn
+  static Immortal<std::mutex> sleep_;
+  static Immortal<std::condition_variable> turn_changed_;
   static std::atomic<std::thread::id> owner_;
   static constinit int depth_;  // the owner's only
 };

@@ -1,8 +1,6 @@
-// The SDK's own types, and what the library shows to the outside.
+// The SDK's own types.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <set>
 #include <string>
 
 #include "core_contract/method_id.h"
@@ -99,23 +97,6 @@ TEST(MethodId, EveryOneHasItsValueAndItsName) {
     EXPECT_FALSE(zelk::kMethodIDNames.contains(id)) << id;
   }
 }
-
-#if !defined(_WIN32)
-TEST(PluginFile, ExportsItsSevenEntryPointsOnly) {
-  std::set<std::string> exports;
-  FILE* nm = popen("nm -D --defined-only --format=just-symbols '" ZELK_PLUGIN_FILE "'", "r");
-  ASSERT_NE(nm, nullptr);
-  char line[512];
-  while (std::fgets(line, sizeof line, nm) != nullptr) {
-    exports.insert(std::string(line).substr(0, std::string(line).find('\n')));
-  }
-  EXPECT_EQ(pclose(nm), 0);
-  EXPECT_EQ(exports, (std::set<std::string>{"zelk_epic_auth_login", "zelk_epic_auth_auto_login",
-                                            "zelk_epic_auth_logout", "zelk_epic_update",
-                                            "zelk_epic_shutdown", "zelk_epic_friend_queryfriends",
-                                            ZELK_SEND_MESSAGE_SYMBOL}));
-}
-#endif
 
 }  // namespace
 }  // namespace zelk_test

@@ -335,6 +335,7 @@ bool EpicAuth::InitEpic(const BaseParams& params) {
            init_ ? "true" : "false");
   if (init_) return true;
   const PlatformConfig config;
+  EncryptionKey();  // needs memory, and EOS cannot be initialised a second time
   if (!InitializeEos(config)) {
     ZELK_LOG(kLogError, "Epic SDK Init Failed!");
     return false;

@@ -1,8 +1,9 @@
 // The friend messages of the core, exported a second time by the plugin under their plain name.
+// Needs no header of a standard library; who sends a message includes sdk_string.h as well.
 #pragma once
 
 #include "core_contract/export.h"
-#include "core_contract/sdk_string.h"
+#include "core_contract/sdk_string_fwd.h"
 
 // <windows.h> turns this name into SendMessageA or SendMessageW.
 #undef SendMessage

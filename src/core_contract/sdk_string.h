@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "core_contract/node_allocator.h"
+#include "core_contract/sdk_string_fwd.h"
 
 namespace zelk::zelk_tp_stl_c {
 
@@ -90,8 +91,6 @@ class basic_string {
 }  // namespace zelk::zelk_tp_stl_c
 
 namespace zelk {
-
-using SdkString = zelk_tp_stl_c::basic_string<char>;
 
 static_assert(SdkString::HasSharedLayout());
 

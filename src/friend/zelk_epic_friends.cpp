@@ -31,9 +31,21 @@ constexpr char kThirdError[] = "third error, see third code";
 // before any use.
 EOS_HFriends epic_friends_handle = nullptr;
 
-// A failure that the plugin found itself: code and message stand in both places.
+void CommitFailure(const BaseParams& params, int32_t ret_code, const char* ret_msg,
+                   int32_t third_code, const char* third_msg) {
+  FriendResult result(ret_code, third_code, ret_msg);
+  result.method_id = params.method_id;
+  result.third_msg = third_msg;
+  ZELK_LOG_AS("zelk::EpicFriend::OnQueryFrinedsFailed", kLogError,
+              "[%s] EpicFriend::OnGetFrinedsFailed, %s", params.seq_id.c_str(),
+              result.ret_msg.c_str());
+  Commit(params, result);
+}
+
+// A failure that the plugin found itself: code and message stand in both places. Takes no memory of
+// its own, for it may be the want of memory that it reports.
 void Fail(const BaseParams& params, int32_t code, const char* message) {
-  EpicFriend::OnQueryFrinedsFailed(params, code, message, code, message);
+  CommitFailure(params, code, message, code, message);
 }
 
 // The client data of EOS_Friends_QueryFriends.
@@ -200,12 +212,7 @@ void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t co
 void EpicFriend::OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code,
                                       std::string ret_msg, int32_t third_code,
                                       std::string third_msg) {
-  FriendResult result(ret_code, third_code, ret_msg);
-  result.method_id = params.method_id;
-  result.third_msg = third_msg;
-  ZELK_LOG(kLogError, "[%s] EpicFriend::OnGetFrinedsFailed, %s", params.seq_id.c_str(),
-           result.ret_msg.c_str());
-  Commit(params, result);
+  CommitFailure(params, ret_code, ret_msg.c_str(), third_code, third_msg.c_str());
 }
 
 namespace {

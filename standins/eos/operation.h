@@ -32,7 +32,8 @@ class Operation {
       NextTurn();
       return true;
     }
-    if (result != EOS_EResult::EOS_Auth_PinGrantCode) return false;
+    const bool pin_granted = result == EOS_EResult::EOS_Auth_PinGrantCode;
+    if (!pin_granted || function_ != Function::EOS_Auth_Login) return false;
     NextTurn();
     if (scripted_.after_ticks <= 1) scripted_.after_ticks = kTicksOfPlayerWithPin;
     return true;

@@ -1,0 +1,251 @@
+// Memory that cannot be had: every allocation of the plugin fails in turn, and the request is still
+// answered once, with nothing thrown at the core and nothing left over.
+//
+// This executable's operator new is the one of every library in the process. It fails only what the
+// plugin asks for, also through the standard library: EOS is a C library and cannot throw.
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <new>
+#include <thread>
+
+#include "core_contract/results.h"
+#include "plugin_test.h"
+#include "windows_standin.h"
+#include "zelk_foundation_standin.h"
+
+namespace {
+
+// Where a library lies in memory.
+struct Image {
+  // `inside` is any address in it.
+  explicit Image(const void* inside) {
+    Dl_info found{};
+    dladdr(inside, &found);
+    base = found.dli_fbase;
+  }
+  bool Contains(const void* address) const {
+    Dl_info found{};
+    return dladdr(address, &found) != 0 && found.dli_fbase == base;
+  }
+  const void* base = nullptr;
+};
+
+// Which allocations of the plugin fail: the `first`th from now on, and those after it if `lasting`.
+// Off while `first` is 0.
+struct Shortage {
+  std::atomic<int64_t> first = 0;
+  std::atomic<int64_t> seen = 0;
+  std::atomic<bool> lasting = false;
+  const Image* plugin = nullptr;
+  const Image* standard_library = nullptr;
+
+  bool Struck() const { return seen >= first; }
+
+  // The caller beyond this executable and the standard library is who wants the memory.
+  __attribute__((noinline)) bool IsForPlugin() const {
+    void* frames[16];
+    const int depth = backtrace(frames, 16);
+    const Image here(this);
+    int frame = 0;
+    while (frame < depth && here.Contains(frames[frame])) ++frame;
+    while (frame < depth && standard_library->Contains(frames[frame])) ++frame;
+    return frame < depth && plugin->Contains(frames[frame]);
+  }
+
+  bool Strikes() {
+    if (first == 0 || !IsForPlugin()) return false;
+    const int64_t number = ++seen;
+    return number == first || (lasting && number > first);
+  }
+};
+Shortage shortage;
+
+}  // namespace
+
+// Never inlined: the compiler would see memory of new in the hands of free.
+#define ZELK_REPLACES __attribute__((noinline))
+ZELK_REPLACES void* operator new(std::size_t size) {
+  void* memory = shortage.Strikes() ? nullptr : std::malloc(size > 0 ? size : 1);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+ZELK_REPLACES void* operator new[](std::size_t size) { return operator new(size); }
+ZELK_REPLACES void operator delete(void* memory) noexcept { std::free(memory); }
+ZELK_REPLACES void operator delete[](void* memory) noexcept { std::free(memory); }
+ZELK_REPLACES void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+ZELK_REPLACES void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace zelk_test {
+namespace {
+
+// Too long for any text to do without memory of its own.
+constexpr char kParameters[] =
+    R"({"LoginMode":"IDPassword","ID":"player","Password":"a secret of more than sixteen bytes"})";
+constexpr int64_t kMostAllocations = 5000;
+
+struct ShortageRow {
+  const char* name;
+  bool lasting;
+};
+
+class OutOfMemory : public PluginTest, public testing::WithParamInterface<ShortageRow> {
+ protected:
+  OutOfMemory()
+      : plugin_image_(reinterpret_cast<const void*>(plugin().login)),
+        standard_library_(dlsym(RTLD_DEFAULT, "_ZSt17__throw_bad_allocv")) {
+    Json world = WorldWithFriends(40);
+    world["accounts"][0]["password"] = Json::parse(kParameters)["Password"];
+    World(world);
+    eos_standin::RecordCalls(false);
+    zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
+    shortage.plugin = &plugin_image_;
+    shortage.standard_library = &standard_library_;
+  }
+
+  void TearDown() override {
+    windows_standin::FailCreateThread(false);
+    PluginTest::TearDown();
+  }
+
+  static std::string SeqId(int64_t number) {
+    return "a sequence id with a number: " + std::to_string(number);
+  }
+
+  void Settle() {
+    const auto busy = [] {
+      return eos_standin::OutstandingNow().operations > 0 || windows_standin::ThreadsRunning() > 0;
+    };
+    for (int i = 0; i < 20000 && busy(); ++i) {
+      Tick();
+      if (i > 50) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // a worker is at work
+    }
+    Tick(2);
+  }
+
+  // Makes the request over and over, with the first allocation failing, with the second, and so on
+  // until it needs no more and gives `ret_code`. Each time there is one answer.
+  template <class Request>
+  void FailEachAllocation(Request request, int32_t ret_code = 0) {
+    shortage.lasting = GetParam().lasting;
+    for (int64_t number = 1; number < kMostAllocations; ++number) {
+      SCOPED_TRACE(number);
+      shortage.seen = 0;
+      shortage.first = number;
+      request(SeqId(number));
+      Settle();
+      const bool struck = shortage.Struck();
+      shortage.first = 0;
+      const Result result = TakeResult();
+      ASSERT_EQ(result.seq_id, SeqId(number));
+      if (struck) continue;
+      EXPECT_EQ(result.base.ret_code, ret_code);
+      RecordProperty("runs", static_cast<int>(number));
+      std::cout << "[   RUNS   ] " << number << std::endl;
+      return;
+    }
+    FAIL() << "there was no end of allocations";
+  }
+
+  void PlayerIsNewToConnect() {
+    eos_standin::ClearRules();
+    Fail("EOS_Connect_Login", 3);
+  }
+
+ private:
+  Image plugin_image_;
+  Image standard_library_;
+};
+
+TEST_P(OutOfMemory, FirstLoginIsAnsweredAndLaterOnesSucceed) {
+  FailEachAllocation([this](const std::string& seq_id) { LogIn(seq_id, kParameters); });
+}
+
+TEST_P(OutOfMemory, LoginIsAnswered) {
+  SignIn();
+  FailEachAllocation([this](const std::string& seq_id) {
+    std::filesystem::remove(directory() / "EOS_PersistentAuth.json");
+    PlayerIsNewToConnect();
+    LogIn(seq_id, kParameters, "basic_profile,friends_list,a permission that there is not");
+  });
+}
+
+TEST_P(OutOfMemory, AutoLoginIsAnswered) {
+  LogIn(SeqId(0), kParameters);
+  TickUntilAnswered();
+  TakeResults();
+  FailEachAllocation([this](const std::string& seq_id) { AutoLogin(seq_id); });
+}
+
+TEST_P(OutOfMemory, FailingLoginIsAnswered) {
+  SignIn();
+  FailEachAllocation(
+      [this](const std::string& seq_id) {
+        eos_standin::ClearRules();
+        Fail("EOS_Auth_Login", 1060);
+        LogIn(seq_id, kParameters);
+      },
+      zelk::kResultThirdError);
+}
+
+TEST_P(OutOfMemory, LogoutIsAnswered) {
+  SignIn();
+  FailEachAllocation([this](const std::string& seq_id) { Logout(seq_id); });
+}
+
+TEST_P(OutOfMemory, FriendPageIsAnswered) {
+  SignIn();
+  FailEachAllocation([this](const std::string& seq_id) { QueryFriends(seq_id, 1, 40, true); });
+}
+
+TEST_P(OutOfMemory, FriendPageIsAnsweredWithoutAThread) {
+  SignIn();
+  windows_standin::FailCreateThread(true);
+  FailEachAllocation([this](const std::string& seq_id) { QueryFriends(seq_id, 1, 40, true); });
+}
+
+// The texts of the SDK are empty where they get no memory; the answer comes all the same, in the
+// worst case without its sequence id.
+TEST_P(OutOfMemory, RequestsAreAnsweredWithoutNodes) {
+  SignIn();
+  int answers_without_id = 0;
+  int64_t number = 0;
+  for (const char* call :
+       {"EOS_Auth_Login", "EOS_Auth_CopyUserAuthToken", "EOS_Connect_Login",
+        "EOS_UserInfo_CopyUserInfo", "EOS_Friends_QueryFriends", "EOS_Friends_GetFriendsCount",
+        "EOS_Friends_GetStatus", "EOS_UserInfo_QueryUserInfo", "EOS_UserInfo_Release"}) {
+    SCOPED_TRACE(call);
+    for (const bool is_login : {true, false}) {
+      const std::string seq_id = SeqId(++number);
+      eos_standin::SetHook([call](const std::string& made) {
+        if (made != call) return;
+        zelk::foundation_standin::FailNodeAllocations(GetParam().lasting ? 1'000'000 : 1);
+      });
+      is_login ? LogIn(seq_id, kParameters) : QueryFriends(seq_id, 1, 40);
+      Settle();
+      eos_standin::SetHook(nullptr);
+      zelk::foundation_standin::FailNodeAllocations(0);
+      const Result result = TakeResult();
+      EXPECT_EQ(result.type, is_login ? "AuthPluginResult" : "FriendResult");
+      EXPECT_EQ(result.base.ret_code, 0);
+      if (result.seq_id == seq_id) continue;
+      EXPECT_EQ(result.seq_id, "");
+      ExpectAnswers(seq_id, 0);
+      ExpectAnswers("", ++answers_without_id);
+    }
+  }
+  std::cout << "[   RUNS   ] " << number << ", answered without an id: " << answers_without_id
+            << std::endl;
+}
+
+INSTANTIATE_TEST_SUITE_P(Shortages, OutOfMemory,
+                         testing::Values(ShortageRow{"Once", false}, ShortageRow{"Lasting", true}),
+                         [](const auto& row) { return row.param.name; });
+
+}  // namespace
+}  // namespace zelk_test

@@ -1,0 +1,57 @@
+# Builds and installs the library as a studio does: against vendors' folders, here filled with the
+# stand-ins. A script; tests/CMakeLists.txt names what it is given.
+cmake_minimum_required(VERSION 3.25)
+
+function(run)
+  execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+set(configure ${CMAKE_COMMAND} -S ${SOURCE_DIR} -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Release
+  -DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM} -DCMAKE_C_COMPILER=${C_COMPILER}
+  -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
+if(TOOLCHAIN)
+  list(APPEND configure --toolchain ${TOOLCHAIN})
+endif()
+
+file(REMOVE_RECURSE ${FOLDER})
+foreach(vendor eos core)
+  run(${CMAKE_COMMAND} --install ${BINARY_DIR} --component ${vendor}_vendor_layout
+    --prefix ${FOLDER}/${vendor})
+endforeach()
+run(${configure} -B ${FOLDER}/build -DZELK_EOS_SDK_DIR=${FOLDER}/eos -DZELK_CORE_SDK_DIR=${FOLDER}/core)
+run(${CMAKE_COMMAND} --build ${FOLDER}/build --config Release)
+run(${CMAKE_COMMAND} --install ${FOLDER}/build --config Release --prefix ${FOLDER}/installed)
+run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${FOLDER}/installed_beside_standins)
+if(EXISTS ${FOLDER}/build/headers)
+  message(SEND_ERROR "the libraries of the stand-ins were looked for")
+endif()
+
+set(expected include/core_contract/base_params.h include/core_contract/export.h
+  include/core_contract/friend.h include/core_contract/sdk_string_fwd.h include/zelk_epic.h)
+if(WINDOWS)
+  list(APPEND expected bin/ZELKEpic.dll lib/${IMPORT_LIBRARY})
+else()
+  list(APPEND expected lib/libZELKEpic.so lib/libzelk_windows_standin.so)
+endif()
+list(SORT expected)
+foreach(folder installed installed_beside_standins)
+  file(GLOB_RECURSE files RELATIVE ${FOLDER}/${folder} ${FOLDER}/${folder}/*)
+  list(SORT files)
+  if(NOT files STREQUAL expected)
+    message(SEND_ERROR "${folder}: ${files}\ninstead of ${expected}")
+  endif()
+endforeach()
+
+# The installed headers are all that a caller needs.
+file(WRITE ${FOLDER}/caller.cpp "#include \"zelk_epic.h\"\nint main() { zelk_epic_update(); }\n")
+run(${CXX_COMPILER} -std=c++20 -fsyntax-only -I${FOLDER}/installed/include ${FOLDER}/caller.cpp)
+
+# A folder that lacks something is refused by its name, with what it lacks.
+foreach(vendor EOS CORE)
+  execute_process(
+    COMMAND ${configure} -B ${FOLDER}/refused_${vendor} -DZELK_${vendor}_SDK_DIR=${FOLDER}/installed
+    RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE message)
+  if(status EQUAL 0 OR NOT message MATCHES "ZELK_${vendor}_SDK_DIR: no [a-zA-Z.]*(eos_sdk|ZELKFoundation)")
+    message(SEND_ERROR "ZELK_${vendor}_SDK_DIR without its files gives ${status}: ${message}")
+  endif()
+endforeach()

@@ -1,0 +1,238 @@
+// Many requests of every kind, in an order that a seed decides, while EOS fails, delays, repeats
+// and loses its completions, two threads tick, and the end comes in the middle of it. Whatever
+// happens, each request is answered once.
+//
+// ZELK_SOAK_REQUESTS and ZELK_SOAK_SEED in the environment say how many and which.
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <set>
+#include <thread>
+
+#include "plugin_test.h"
+#include "zelk_foundation_standin.h"
+#if !defined(_WIN32)
+#include "windows_standin.h"
+#endif
+
+#if defined(__has_feature)
+#define ZELK_HAS_FEATURE(feature) __has_feature(feature)
+#else
+#define ZELK_HAS_FEATURE(feature) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
+    ZELK_HAS_FEATURE(address_sanitizer) || ZELK_HAS_FEATURE(thread_sanitizer)
+#define ZELK_SANITIZED 1
+#else
+#define ZELK_SANITIZED 0
+#endif
+
+namespace zelk_test {
+namespace {
+
+constexpr uint64_t kDefaultRequests = ZELK_SANITIZED ? 5'000 : 100'000;
+constexpr int32_t kWillRetry = 19;
+constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
+
+constexpr std::array kCalls{
+    "EOS_Auth_Login",
+    "EOS_Auth_Logout",
+    "EOS_Auth_DeletePersistentAuth",
+    "EOS_Auth_CopyUserAuthToken",
+    "EOS_Connect_Login",
+    "EOS_Connect_CreateUser",
+    "EOS_Connect_AddNotifyAuthExpiration",
+    "EOS_Friends_QueryFriends",
+    "EOS_Friends_GetFriendsCount",
+    "EOS_Friends_GetFriendAtIndex",
+    "EOS_Friends_GetStatus",
+    "EOS_UserInfo_QueryUserInfo",
+    "EOS_UserInfo_CopyUserInfo",
+    "EOS_Platform_GetConnectInterface",
+    "EOS_Platform_GetFriendsInterface",
+    "EOS_Platform_GetUserInfoInterface",
+    "EOS_EpicAccountId_IsValid",
+    "EOS_EpicAccountId_ToString",
+    "EOS_EpicAccountId_FromString",
+    "EOS_ProductUserId_ToString",
+};
+constexpr std::array kCodes{0, 0, 0, 1, 2, 3, 4, 8, 10, 17, 18, 19, 19, 1020, 1060, 4242};
+constexpr std::array kLogins{
+    R"({"LoginMode":"AccountPortal")",
+    R"({"LoginMode":"AccountPortal")",
+    R"({"LoginMode":"IDPassword","ID":"player","Password":"secret")",
+    R"({"LoginMode":"IDPassword","ID":"newcomer","Password":"new")",
+    R"({"LoginMode":"IDPassword","ID":"player","Password":"guess")",
+    R"({"LoginMode":"DevAuth","ID":"newcomer","Password":"new")",
+    R"({"LoginMode":"ExchangeCode","Code":"code")",
+    R"({"LoginMode":"PinGrant")",
+    R"({"LoginMode":"nonsense")",
+    R"({"LoginMode":"ExchangeCode")",
+    R"({"LoginMode":"DevAuth","Password":"secret")",
+    R"({"loginmode":"AccountPortal")",
+};
+constexpr std::array kPermissions{"", "basic_profile,friends_list,presence", "presence,nonsense"};
+
+uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
+  const char* text = std::getenv(name);
+  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+class Soak : public PluginTest {
+ protected:
+  Soak() {
+    World(WorldWithFriends(5));
+    eos_standin::RecordCalls(false);
+    zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
+    std::cout << "ZELK_SOAK_SEED=" << seed_ << " ZELK_SOAK_REQUESTS=" << requests_ << std::endl;
+  }
+
+  uint64_t requests() const { return requests_; }
+
+  uint64_t Below(uint64_t end) {
+    return std::uniform_int_distribution<uint64_t>(0, end - 1)(random_);
+  }
+  bool OneIn(uint64_t times) { return Below(times) == 0; }
+  template <class Array>
+  auto OneOf(const Array& array) {
+    return array[Below(array.size())];
+  }
+
+  void Ask() {
+    switch (Below(8)) {
+      case 0:
+        return AskForLogin(102);
+      case 1:
+        return AskForLogin(150);
+      case 2:
+      case 3:
+        return AutoLogin(NextId(), OneIn(2) ? "" : LoginText(""));
+      case 4:
+        return Logout(NextId());
+      default:
+        return AskForFriends();
+    }
+  }
+
+  // What EOS and the system do from now on.
+  void ChangeTheWeather() {
+    eos_standin::ClearRules();
+    for (uint64_t rules = Below(4); rules > 0; --rules) {
+      eos_standin::AddRule({.call = OneOf(kCalls),
+                            .result = OneOf(kCodes),
+                            .skip = static_cast<int64_t>(Below(4)),
+                            .times = static_cast<int64_t>(1 + Below(5)),
+                            .after_ticks = static_cast<int64_t>(OneIn(50) ? 1'000'000 : Below(20)),
+                            .null_data = OneIn(50),
+                            .null_client_data = OneIn(50),
+                            .null_texts = OneIn(10)});
+    }
+    constexpr std::array kOrders{eos_standin::CompletionOrder::kInOrder,
+                                 eos_standin::CompletionOrder::kReversed,
+                                 eos_standin::CompletionOrder::kShuffled};
+    eos_standin::SetCompletionOrder(OneOf(kOrders), Below(1000));
+    if (OneIn(10)) eos_standin::ExpireConnectToken(OneIn(2));
+    second_thread_ticks_ = OneIn(4);
+#if !defined(_WIN32)
+    windows_standin::FailCreateThread(OneIn(10));
+    windows_standin::FailHeapAlloc(OneIn(50));
+#endif
+  }
+
+  // What was answered so far, and that the store holds what a sign-in brought, or nothing.
+  void Look() {
+    const std::string stored = StoredParameters();
+    for (const Result& result : TakeResults()) Note(result);
+    EXPECT_TRUE(stored.empty() || signed_in_with_.contains(stored)) << stored;
+  }
+
+  void TickOnASecondThread() {
+    second_thread_ = std::thread([this] {
+      while (!stop_) {
+        if (second_thread_ticks_) Tick();
+        std::this_thread::yield();
+      }
+    });
+  }
+
+  void End() {
+    eos_standin::CompleteOnRelease(OneIn(2));
+    Shutdown();
+    stop_ = true;
+    second_thread_.join();
+    for (int i = 0; i < 20; ++i) Ask();
+    Look();
+    EXPECT_LE(answers_without_id_, requests_without_id_);
+    ExpectAnswers("", answers_without_id_);
+  }
+
+ private:
+  std::string NextId() { return "s" + std::to_string(++last_id_); }
+
+  // Each text once, so that the store tells whose it holds.
+  std::string LoginText(const std::string& seq_id) {
+    if (OneIn(20)) return OneIn(2) ? "" : "{]";
+    return std::string(OneOf(kLogins)) + R"(,"by":")" + seq_id + R"("})";
+  }
+
+  void AskForLogin(int32_t method_id) {
+    const std::string seq_id = NextId();
+    const std::string text = LoginText(seq_id);
+    if (method_id == 102) texts_[seq_id] = text;
+    LogIn(seq_id, text, OneOf(kPermissions), method_id);
+  }
+
+  // One without a sequence id is answered only as long as EOS has not been asked.
+  void AskForFriends() {
+    const auto page = static_cast<int32_t>(Below(4)) - 1;
+    const auto count = static_cast<int32_t>(Below(7)) - 1;
+    if (!OneIn(100)) return QueryFriends(NextId(), page, count, OneIn(2));
+    ++requests_without_id_;
+    plugin().query_friends({203, "", "", ""}, page, count, false);
+  }
+
+  void Note(const Result& result) {
+    if (result.seq_id.empty()) ++answers_without_id_;
+    const bool is_login = result.type == "AuthPluginResult";
+    if (is_login && result.base.method_id == 102) signed_in_with_.insert(texts_[result.seq_id]);
+    // EOS announced that it retries: an answer comes besides.
+    const bool extra = result.type == "FriendResult" && result.base.third_code == kWillRetry;
+    if (extra) ExpectAnswers(result.seq_id, 1 + ++extra_answers_[result.seq_id]);
+  }
+
+  const uint64_t seed_ = FromEnvironment("ZELK_SOAK_SEED", 1);
+  const uint64_t requests_ = FromEnvironment("ZELK_SOAK_REQUESTS", kDefaultRequests);
+  std::mt19937_64 random_{seed_};
+  uint64_t last_id_ = 0;
+  std::map<std::string, std::string> texts_;
+  std::set<std::string> signed_in_with_{kPortal};  // by the first sign-in
+  std::map<std::string, int> extra_answers_;
+  int requests_without_id_ = 0;
+  int answers_without_id_ = 0;
+  std::atomic<bool> stop_ = false;
+  std::atomic<bool> second_thread_ticks_ = false;
+  std::thread second_thread_;
+};
+
+TEST_F(Soak, AnswersEveryRequestOnce) {
+  Logout("early");
+  ExpectAnswers("early", 0);
+  Fail("EOS_Initialize", 1, 1);
+  Fail("EOS_Platform_GetAuthInterface", 1, 1);
+  for (const char* seq_id : {"not initialized", "no interface"}) LogIn(seq_id, kPortal);
+  Look();
+  SignIn();
+  TickOnASecondThread();
+  for (uint64_t request = 0; request < requests(); ++request) {
+    if (OneIn(20)) ChangeTheWeather();
+    Ask();
+    Tick(static_cast<int>(Below(4)));
+    if (OneIn(100)) Look();
+  }
+  End();
+}
+
+}  // namespace
+}  // namespace zelk_test
