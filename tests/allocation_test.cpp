@@ -84,6 +84,8 @@ ZELK_REPLACES void operator delete[](void* memory, std::size_t) noexcept { std::
 namespace zelk_test {
 namespace {
 
+using zelk_test::PrintTo;
+
 // Too long for any text to do without memory of its own.
 constexpr char kParameters[] =
     R"({"LoginMode":"IDPassword","ID":"player","Password":"a secret of more than sixteen bytes"})";

@@ -11,6 +11,8 @@
 namespace zelk_test {
 namespace {
 
+using zelk_test::PrintTo;
+
 constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 // Those that mean something of their own to some call, some that mean nothing to any, and success.
