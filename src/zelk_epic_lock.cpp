@@ -1,6 +1,12 @@
 #include "zelk_epic_lock.h"
 
 namespace zelk {
+namespace {
+
+// An EOS call of a worker is over in a microsecond or two; sleeping and waking takes longer.
+constexpr int kLooksBeforeSleep = 2000;
+
+}  // namespace
 
 EosLock::Immortal<std::mutex> EosLock::workers_;
 constinit std::atomic<uint32_t> EosLock::tickets_{0};
@@ -34,7 +40,9 @@ bool EosLock::Reenter() {
 
 void EosLock::Enter() {
   const uint32_t ticket = tickets_.fetch_add(1, std::memory_order_relaxed);
-  if (turn_.load() != ticket) SleepUntilTurnOf(ticket);
+  int looks = 0;
+  while (turn_.load() != ticket && looks < kLooksBeforeSleep) ++looks;
+  if (looks == kLooksBeforeSleep) SleepUntilTurnOf(ticket);
   owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
   depth_ = 1;
 }

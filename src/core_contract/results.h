@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "core_contract/export.h"
 #include "core_contract/sdk_string.h"
@@ -83,7 +84,9 @@ class PersonInfo {
  public:
   ZELK_CORE_API PersonInfo();
   PersonInfo(const PersonInfo& other) : PersonInfo() { *this = other; }
+  PersonInfo(PersonInfo&& other) noexcept : PersonInfo() { *this = std::move(other); }
   ZELK_CORE_API PersonInfo& operator=(const PersonInfo& other);
+  PersonInfo& operator=(PersonInfo&& other) noexcept = default;
   ZELK_CORE_API ~PersonInfo();
 
   SdkString openid;

@@ -35,16 +35,10 @@ class vector {
   }
 
   // `value` may be an element of this vector.
-  void push_back(const T& value) {
-    if (end_ != end_of_capacity_) {
-      *end_++ = value;
-      return;
-    }
-    const uint64_t count = size();
-    vector grown(count == 0 ? 1 : 2 * count);
-    for (const T& element : *this) *grown.end_++ = element;
-    *grown.end_++ = value;
-    Swap(grown);
+  void push_back(const T& value) { push_back(T(value)); }
+  void push_back(T&& value) {
+    if (end_ == end_of_capacity_) Grow();
+    *end_++ = std::move(value);
   }
 
   uint64_t size() const { return static_cast<uint64_t>(end_ - begin_); }
@@ -63,6 +57,12 @@ class vector {
   }
 
  private:
+  void Grow() {
+    vector grown(empty() ? 1 : 2 * size());
+    for (T& element : *this) *grown.end_++ = std::move(element);
+    Swap(grown);
+  }
+
   // Into an empty vector; the capacity becomes exactly the other's number of elements.
   void CopyFrom(const vector& other) {
     vector copy(other.size());

@@ -88,7 +88,8 @@ void AnswerSuccess(DetailList& list, const BaseParams& params, int64_t current, 
   FriendResult result(kResultSuccess);
   result.ret_msg = "success.";
   result.method_id = params.method_id;
-  result.friend_info_list = list.friends;
+  result.friend_info_list = PersonList(list.friends.size());
+  for (PersonInfo& person : list.friends) result.friend_info_list.push_back(std::move(person));
   JSONWriter document;
   document.StartJsonConvert();
   document.Convert("total", static_cast<unsigned long long>(total))
@@ -236,19 +237,35 @@ int32_t FriendsCount(EOS_EpicAccountId local_user) {
   return EOS_Friends_GetFriendsCount(epic_friends_handle, &options);
 }
 
-std::string StatusDocument(EOS_EpicAccountId local_user, EOS_EpicAccountId friend_id) {
+EOS_EFriendsStatus Status(EOS_EpicAccountId local_user, EOS_EpicAccountId friend_id) {
   const EOS_Friends_GetStatusOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
-  const EOS_EFriendsStatus status = EOS_Friends_GetStatus(epic_friends_handle, &options);
-  JSONWriter document;
-  document.StartJsonConvert();
-  document.Convert("status", static_cast<int>(status));
-  document.EndJsonConvert();
-  return document.GetJsonString();
+  return EOS_Friends_GetStatus(epic_friends_handle, &options);
 }
 
+// The JSON text of a status. Most friends of a page have the same one, so the last text is kept.
+class StatusText {
+ public:
+  const std::string& Of(EOS_EFriendsStatus status) {
+    if (text_.empty() || status != status_) {
+      JSONWriter document;
+      document.StartJsonConvert();
+      document.Convert("status", static_cast<int>(status));
+      document.EndJsonConvert();
+      text_ = document.GetJsonString();
+      status_ = status;
+    }
+    return text_;
+  }
+
+ private:
+  EOS_EFriendsStatus status_{};
+  std::string text_;
+};
+
 // An invalid friend is left out.
-void AppendFriend(EOS_EpicAccountId local_user, int32_t index, PersonList& page) {
+void AppendFriend(EOS_EpicAccountId local_user, int32_t index, StatusText& status_text,
+                  PersonList& page) {
   const EOS_Friends_GetFriendAtIndexOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .Index = index};
   const EOS_EpicAccountId friend_id = EOS_Friends_GetFriendAtIndex(epic_friends_handle, &options);
@@ -260,8 +277,8 @@ void AppendFriend(EOS_EpicAccountId local_user, int32_t index, PersonList& page)
   }
   PersonInfo person;
   person.openid = openid;
-  person.extra_json = StatusDocument(local_user, friend_id);
-  page.push_back(person);
+  person.extra_json = status_text.Of(Status(local_user, friend_id));
+  page.push_back(std::move(person));
 }
 
 void AnswerEmptyPage(const BaseParams& params, const PersonList& page) {
@@ -307,8 +324,9 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
     ZELK_LOG(kLogInfo, "LocalUserId %s , friend counts:%d", account.c_str(), total);
     const auto friends = std::make_shared<PersonList>();
     const PageRange range = RangeOfPage(context->page, context->count, total);
+    StatusText status_text;
     for (int64_t i = range.start; i < range.current; ++i) {
-      AppendFriend(data->LocalUserId, static_cast<int32_t>(i), *friends);
+      AppendFriend(data->LocalUserId, static_cast<int32_t>(i), status_text, *friends);
     }
     if (friends->empty()) {
       AnswerEmptyPage(params, *friends);
@@ -499,7 +517,7 @@ void CopyDetails(FriendUserInfoContext& context) {
 void AddDetails(FriendUserInfoContext& context, EOS_EResult result) {
   DetailList& list = *context.friends_info;
   if (result == EOS_EResult::EOS_Success) CopyDetails(context);
-  list.friends.push_back(context.person);
+  list.friends.push_back(std::move(context.person));
   if (static_cast<int64_t>(list.friends.size()) < context.expected_count) return;
   AnswerSuccess(list, context.base_params, context.current, context.total, context.is_in_game);
 }

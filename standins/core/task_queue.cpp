@@ -1,5 +1,6 @@
 #include "core_contract/task_queue.h"
 
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -12,19 +13,21 @@ using core_standin::CommittedResult;
 
 class TaskQueue {
  public:
-  void Push(CommittedResult result) {
+  using Results = std::vector<std::unique_ptr<const CommittedResult>>;
+
+  void Push(std::unique_ptr<const CommittedResult> result) {
     const std::scoped_lock lock(mutex_);
     results_.push_back(std::move(result));
   }
 
-  std::vector<CommittedResult> TakeAll() {
+  Results TakeAll() {
     const std::scoped_lock lock(mutex_);
     return std::exchange(results_, {});
   }
 
  private:
   std::mutex mutex_;
-  std::vector<CommittedResult> results_;
+  Results results_;
 };
 
 // Never destroyed: threads may commit until the process ends.
@@ -38,7 +41,9 @@ TaskQueue& Queue() {
 template <class T>
 void InnerObserverHolder<T>::CommitToTaskQueue(const T& result, unsigned int observer_id,
                                                const SdkString& seq_id, bool flag) {
-  Queue().Push({result, observer_id, seq_id.c_str(), flag});
+  // Built where it stays: a record is copied once.
+  Queue().Push(std::unique_ptr<const CommittedResult>(
+      new CommittedResult{result, observer_id, seq_id.c_str(), flag}));
 }
 
 // Said once more for ELF, where an instantiation is as hidden as the types it is made for.
@@ -49,8 +54,8 @@ template class ZELK_CORE_API InnerObserverHolder<FriendResult>;
 
 std::size_t core_standin::DrainTaskQueue(
     const std::function<void(const CommittedResult&)>& observer) {
-  const std::vector<CommittedResult> results = Queue().TakeAll();
-  for (const CommittedResult& result : results) observer(result);
+  const TaskQueue::Results results = Queue().TakeAll();
+  for (const auto& result : results) observer(*result);
   return results.size();
 }
 
