@@ -1,0 +1,33 @@
+# The package is made, unpacked elsewhere, and its tour runs there.
+cmake_minimum_required(VERSION 3.25)
+
+function(run)
+  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "${ARGN}: ${status}\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${BINARY_DIR}/package ${FOLDER})
+run(${CMAKE_COMMAND} --build ${BINARY_DIR} --target package)
+file(GLOB archive ${BINARY_DIR}/package/ZELKEpic-*.tar.gz ${BINARY_DIR}/package/ZELKEpic-*.zip)
+file(ARCHIVE_EXTRACT INPUT ${archive} DESTINATION ${FOLDER})
+file(GLOB root ${FOLDER}/ZELKEpic-*)
+
+foreach(file README.md docs/integration.md include/zelk_epic.h include/core_contract/results.h examples/config.example.json)
+  if(NOT EXISTS ${root}/${file})
+    message(FATAL_ERROR "The package lacks ${file}")
+  endif()
+endforeach()
+file(GLOB notices ${root}/licences/*.txt)
+list(LENGTH notices count)
+if(count LESS 4)
+  message(FATAL_ERROR "Only ${count} licence notices")
+endif()
+
+run(${EMULATOR} ${root}/bin/zelk_epic_host${SUFFIX} --config ${root}/examples/config.example.json tour)
+string(FIND "${output}" "AuthPluginResult, success" found)
+if(found EQUAL -1)
+  message(FATAL_ERROR "No sign-in in the tour of the package:\n${output}")
+endif()
