@@ -17,15 +17,22 @@ function(zelk_sdk_file result sdk folders)
   set(${result} ${zelk_sdk_found} PARENT_SCOPE)
 endfunction()
 
-# `target` is the shared library `name` of that SDK. Its file name is what the plugin asks for at run time.
+# `target` is the shared library `name` of that SDK. Its file name is what the plugin asks for at run time,
+# and the file is copied to where the plugin is built; an SDK for Windows may lack it.
 function(zelk_sdk_library target sdk name)
   add_library(${target} SHARED IMPORTED GLOBAL)
   if(WIN32)
     zelk_sdk_file(library ${sdk} "Lib;lib;Bin;bin" ${name}.lib ${name}.dll.a lib${name}.dll.a)
     set_target_properties(${target} PROPERTIES IMPORTED_IMPLIB ${library})
+    unset(library)
+    find_file(library NAMES ${name}.dll PATHS ${${sdk}} PATH_SUFFIXES Bin bin Lib lib
+      NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
   else()
     zelk_sdk_file(library ${sdk} "Bin;bin;Lib;lib" lib${name}.so)
     set_target_properties(${target} PROPERTIES IMPORTED_LOCATION ${library} IMPORTED_NO_SONAME ON)
+  endif()
+  if(library)
+    file(COPY ${library} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} FOLLOW_SYMLINK_CHAIN)
   endif()
 endfunction()
 

@@ -28,8 +28,9 @@ ZELK_EPIC_API void zelk_epic_auth_login(const zelk::BaseParams& params,
 ZELK_EPIC_API void zelk_epic_auth_auto_login(const zelk::BaseParams& params,
                                              const std::string& permissions);
 
-// Signs the player out and forgets what would sign the player in again. Answered by a BaseResult
-// before the call returns; a logout before the first login is not answered.
+// Signs the player out and forgets what would sign the player in again: EOS does so during the next
+// updates, so shut down some frames later. Answered by a BaseResult before the call returns; a
+// logout before the first login is not answered.
 ZELK_EPIC_API void zelk_epic_auth_logout(const zelk::BaseParams& params);
 
 // Drives EOS: call it once a frame. Every EOS completion runs in here.
@@ -40,7 +41,7 @@ ZELK_EPIC_API void zelk_epic_update();
 ZELK_EPIC_API void zelk_epic_shutdown();
 
 // Lists the signed-in player's friends: the page `page` (from 1) of `count` friends each, or all of
-// them when `page` is 0 or less. `is_in_game` is handed back in the result. Answered by a
+// them when `page` and `count` are 0. `is_in_game` is handed back in the result. Answered by a
 // FriendResult.
 ZELK_EPIC_API void zelk_epic_friend_queryfriends(const zelk::BaseParams& params, int32_t page,
                                                  int32_t count, bool is_in_game);

@@ -31,7 +31,8 @@ class EpicAuth {
   // --- the platform ---
 
   // Brings EOS up when it is not. False when EOS could not be initialised or the platform not
-  // created; the next call then tries again. After a shutdown it is true, and there is no platform.
+  // created; the next call then tries again, which EOS refuses once it was initialised. After a
+  // shutdown it is true, and there is no platform.
   bool InitEpic(const BaseParams& params);
   // Drives EOS; nothing without a platform.
   void Tick();

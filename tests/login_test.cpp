@@ -479,6 +479,19 @@ TEST_F(Login, OverlappingAnotherIsAnsweredForItself) {
   EXPECT_EQ(TakeResults().size(), 3U);
 }
 
+TEST_F(Login, EndsWhenAnotherFindsTheConnectInterfaceGone) {
+  World(NewcomerWorld());
+  LogIn("s1", kPortal);
+  Tick(2);  // EOS_Connect_Login is under way
+  Fail("EOS_Platform_GetConnectInterface", 1);
+  LogIn("s2", kPortal);
+  TickUntilAnswered();
+  for (const Result& result : TakeResults()) {
+    EXPECT_EQ(result.base.ret_code, 9999) << result.seq_id;
+    EXPECT_EQ(result.base.third_code, 10) << result.seq_id;
+  }
+}
+
 TEST_F(Login, ReportsThatTheConnectTokenRunsOut) {
   SignIn();
   eos_standin::ExpireConnectToken();

@@ -84,7 +84,6 @@ class PersonInfo {
  public:
   ZELK_CORE_API PersonInfo();
   PersonInfo(const PersonInfo& other) : PersonInfo() { *this = other; }
-  PersonInfo(PersonInfo&& other) noexcept : PersonInfo() { *this = std::move(other); }
   ZELK_CORE_API PersonInfo& operator=(const PersonInfo& other);
   PersonInfo& operator=(PersonInfo&& other) noexcept = default;
   ZELK_CORE_API ~PersonInfo();
