@@ -57,12 +57,18 @@ struct Patient {
   const fs::path plugin_file = fs::absolute(PluginFile(options)).make_preferred();
   const fs::path state_directory = fs::absolute(StateDirectory(options)).make_preferred();
   std::optional<SharedLibrary> plugin = {};
+  std::optional<SharedLibrary> eos = {};  // when the plugin did not bring it along
   bool has_eos = false;
   bool has_store = false;
 };
 
-std::string List(const std::vector<std::string>& texts) {
-  return fmt::format("{}", fmt::join(texts, ", "));
+// So many of them as are still read.
+std::string List(std::vector<std::string> texts) {
+  constexpr std::size_t kMost = 8;
+  const std::size_t all = texts.size();
+  texts.resize(std::min(all, kMost));
+  const std::string rest = all > kMost ? fmt::format(" and {} more", all - kMost) : "";
+  return fmt::format("{}{}", fmt::join(texts, ", "), rest);
 }
 
 // --- the configuration ---
@@ -123,25 +129,21 @@ Finding CheckExports(Patient& patient) {
 }
 
 Finding CheckImports(Patient& patient) {
-  if (!patient.plugin.has_value()) return Unknown(kNoPlugin);
   const std::vector<std::string> missing = MissingImports(patient.plugin_file);
-  if (missing.empty()) return Ok("the libraries have all that the plugin asks for");
-  return Error("missing: " + List(missing),
-               "replace these libraries by the versions that the plugin was built against");
+  if (!missing.empty()) {
+    return Error("missing: " + List(missing),
+                 "replace these libraries by the versions that the plugin was built against");
+  }
+  if (!patient.plugin.has_value()) return Unknown(kNoPlugin);
+  return Ok("the libraries have all that the plugin asks for");
 }
 
 // --- the libraries ---
 
 void* EosSymbol(const Patient& patient, const char* name) {
-  void* symbol = patient.plugin.has_value() ? patient.plugin->Find(name) : nullptr;
+  if (patient.eos.has_value()) return patient.eos->Find(name);
+  void* const symbol = patient.plugin.has_value() ? patient.plugin->Find(name) : nullptr;
   return symbol != nullptr ? symbol : FindLoaded(kEosLibrary, name);
-}
-
-// As the plugin would: beside it first, then where the system looks.
-void LoadEos(const Patient& patient) {
-  const fs::path beside = fs::path(patient.plugin_file).replace_filename(kEosLibrary);
-  std::error_code ignored;
-  SharedLibrary(fs::exists(beside, ignored) ? beside : fs::path(kEosLibrary));
 }
 
 std::string EosVersion(const Patient& patient) {
@@ -152,20 +154,23 @@ std::string EosVersion(const Patient& patient) {
   return fmt::format("version {}", version != nullptr ? version : "unknown");
 }
 
+// When the plugin did not bring EOS along, the file beside the plugin is tried by itself.
 Finding CheckEos(Patient& patient) try {
   constexpr char kAnyCall[] = "EOS_Initialize";
-  if (EosSymbol(patient, kAnyCall) == nullptr) LoadEos(patient);
+  const fs::path beside = fs::path(patient.plugin_file).replace_filename(kEosLibrary);
+  if (EosSymbol(patient, kAnyCall) == nullptr) {
+    if (!fs::exists(beside)) return Error(Utf8FromPath(beside) + " is not there", "put it there");
+    patient.eos.emplace(beside);
+  }
   void* const symbol = EosSymbol(patient, kAnyCall);
-  const std::string folder = Utf8FromPath(patient.plugin_file.parent_path());
   if (symbol == nullptr) {
-    return Error(fmt::format("{} has no {}", kEosLibrary, kAnyCall),
-                 fmt::format("put EOS's own file into {}", folder));
+    return Error(Utf8FromPath(beside) + " is not the EOS library", "put EOS's own file there");
   }
   patient.has_eos = true;
   return Ok(fmt::format("{}, {}", Utf8FromPath(FileOf(symbol)), EosVersion(patient)));
 } catch (const std::runtime_error& error) {
   return Error(fmt::format("{}: {}", kEosLibrary, error.what()),
-               fmt::format("put it into {}", Utf8FromPath(patient.plugin_file.parent_path())));
+               "take the one for this system from the SDK that the plugin was built against");
 }
 
 // A library that this program had loaded before the plugin came: the plugin gets the same.

@@ -117,15 +117,20 @@ void AddOutputOptions(CLI::App& app, Options& options) {
 }
 
 void AddPermissions(CLI::App& command, std::string& permissions) {
-  command.add_option("--permissions", permissions, "basic_profile, friends_list, presence")
-      ->capture_default_str();
+  command
+      .add_option("--permissions", permissions,
+                  "Of basic_profile, friends_list, presence; all three by default")
+      ->type_name("WORDS");
 }
 
 void AddLogin(CLI::App& app, LoginArguments& login) {
   CLI::App& command = *app.add_subcommand("login", "Sign in");
-  command.add_option("--mode", login.mode)
-      ->check(CLI::IsMember({"IDPassword", "DevAuth", "ExchangeCode", "PinGrant", "AccountPortal"}))
-      ->capture_default_str();
+  command
+      .add_option("--mode", login.mode,
+                  "AccountPortal by default, or IDPassword, DevAuth, ExchangeCode, PinGrant")
+      ->check(CLI::IsMember({"IDPassword", "DevAuth", "ExchangeCode", "PinGrant", "AccountPortal"})
+                  .description(""))
+      ->type_name("MODE");
   command.add_option("--id", login.id, "For IDPassword and DevAuth");
   command.add_option("--password", login.password, "For IDPassword and DevAuth");
   command.add_option("--code", login.code, "For ExchangeCode");
@@ -135,17 +140,17 @@ void AddLogin(CLI::App& app, LoginArguments& login) {
 void AddFriends(CLI::App& app, FriendsArguments& friends) {
   CLI::App& command = *app.add_subcommand("friends", "Sign in automatically and list friends");
   command.add_option("--page", friends.page, "From 1; 0 is all friends")
-      ->check(CLI::Range(0, kMost, ""))
+      ->check(CLI::Range(0, kMost).description(""))
       ->capture_default_str();
   command.add_option("--count", friends.count, "Friends per page")
-      ->check(CLI::Range(1, kMost, ""))
+      ->check(CLI::Range(1, kMost).description(""))
       ->capture_default_str();
   command.add_flag("--in-game", friends.is_in_game, "Handed back in the result");
 }
 
 void AddCommands(CLI::App& app, Options& options) {
-  CLI::App& tour = *app.add_subcommand("tour", "Show everything that the plugin does");
-  tour.add_flag("--next-process", options.next_process)->group("");
+  app.add_subcommand("tour", "Show everything that the plugin does");
+  app.add_flag("--next-process", options.next_process)->group("");
   AddLogin(app, options.login);
   AddPermissions(*app.add_subcommand("auto-login", "Sign in from what the last login left behind"),
                  options.auto_permissions);
@@ -154,6 +159,7 @@ void AddCommands(CLI::App& app, Options& options) {
   app.add_subcommand("play", "Drive the plugin by JSON lines")
       ->add_option("FILE", options.script, "The script; - is standard input")
       ->check(NotEmpty)
+      ->type_name("")
       ->required();
   app.add_subcommand("doctor", "Look for what keeps the plugin from working");
 }

@@ -18,18 +18,23 @@ std::string Utf8(const std::filesystem::path& path) {
   return std::string(text.begin(), text.end());
 }
 
-// The system's message without the line end that it comes with.
+// The system's message without the line end that it comes with; "%1" in it stands for the file.
 std::string LoadError() {
   const DWORD code = GetLastError();
   wchar_t text[512] = L"";
   FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text,
                  static_cast<DWORD>(std::size(text)), nullptr);
   std::string message = Utf8(text);
+  if (const auto name = message.find("%1"); name != std::string::npos) {
+    message.replace(name, 2, "this file");
+  }
   message.erase(message.find_last_not_of(" .\r\n") + 1);
   return message + " (Windows error " + std::to_string(code) + ")";
 }
 
+// No window comes up over a file that is no library.
 void* Load(const std::filesystem::path& file) {
+  SetThreadErrorMode(SEM_FAILCRITICALERRORS, nullptr);
   const DWORD flags = file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0;
   return reinterpret_cast<void*>(LoadLibraryExW(file.c_str(), nullptr, flags));
 }
