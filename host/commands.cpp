@@ -48,9 +48,7 @@ void PrintSignIn(const std::optional<Game::Result>& result, const char* what, bo
 
 }  // namespace
 
-void PrintResultEvent(const Game::Result& result) { PrintEvent(ResultEvent(result)); }
-
-void IgnoreResult(const Game::Result&) {}
+void EventPrinter::OnResult(const Game::Result& result) { PrintEvent(ResultEvent(result)); }
 
 void Login(Game& game, const LoginArguments& arguments, bool in_words) {
   const auto result = game.Ask(SignIn("login", ExtraJson(arguments), arguments.permissions));

@@ -24,10 +24,11 @@ struct FriendsArguments {
   bool is_in_game = false;
 };
 
-// What the observer of a game does with each result: prints its event, or nothing, for the commands
-// then tell it in words.
-void PrintResultEvent(const Game::Result& result);
-void IgnoreResult(const Game::Result& result);
+// Prints each result as an event; without it the commands tell the results in words.
+class EventPrinter final : public GameObserver {
+ public:
+  void OnResult(const Game::Result& result) override;
+};
 
 // Of each, `in_words` is set when results are not printed as events.
 void Login(Game& game, const LoginArguments& arguments, bool in_words);

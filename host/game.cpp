@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <thread>
-#include <utility>
 
 #include "core_contract/method_id.h"
 #include "platform.h"
@@ -122,10 +121,8 @@ Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool
 
 const char* EntryPointName(EntryPoint entry_point) { return Row(entry_point).name; }
 
-Game::Game(const PluginLibrary& plugin, std::function<void(const Result&)> observer)
-    : plugin_(plugin), observer_(std::move(observer)) {}
-
 void Game::Issue(const Request& request) {
+  for (GameObserver* observer : observers_) observer->OnRequest(request);
   ++waiting_[request.params.seq_id];
   Row(request.entry_point).call(plugin_, request);
   Deliver();
@@ -162,6 +159,7 @@ std::optional<Game::Result> Game::Ask(const Request& request) {
 }
 
 void Game::Shutdown() {
+  for (GameObserver* observer : observers_) observer->OnShutdown();
   shut_down_ = true;
   plugin_.shutdown();
   Deliver();
@@ -177,7 +175,7 @@ int Game::Finish() {
 void Game::Deliver() {
   core_standin::DrainTaskQueue([this](const Result& result) {
     Account(result);
-    observer_(result);
+    for (GameObserver* observer : observers_) observer->OnResult(result);
   });
 }
 

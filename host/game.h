@@ -4,10 +4,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "plugin_library.h"
 #include "zelk_core_standin.h"
@@ -37,13 +37,23 @@ Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool
 // "zelk_epic_auth_login" and the like.
 const char* EntryPointName(EntryPoint entry_point);
 
+// Sees what passes between the game and the plugin: a call before it is made, a result as soon as
+// the call that caused it has returned.
+class GameObserver {
+ public:
+  virtual ~GameObserver() = default;
+  virtual void OnRequest(const Request&) {}
+  virtual void OnShutdown() {}
+  virtual void OnResult(const core_standin::CommittedResult&) {}
+};
+
 class Game {
  public:
   using Result = core_standin::CommittedResult;
 
-  // `observer` sees every result as soon as the call that caused it has returned. `plugin` outlives
-  // the game.
-  Game(const PluginLibrary& plugin, std::function<void(const Result&)> observer);
+  // `plugin` outlives the game, and so does every observer.
+  explicit Game(const PluginLibrary& plugin) : plugin_(plugin) {}
+  void Add(GameObserver& observer) { observers_.push_back(&observer); }
 
   void Issue(const Request& request);
   void Tick(int32_t times = 1);
@@ -74,7 +84,7 @@ class Game {
   int Unanswered() const;
 
   const PluginLibrary& plugin_;
-  std::function<void(const Result&)> observer_;
+  std::vector<GameObserver*> observers_;
   std::map<std::string, int> waiting_;  // requests without an answer, by seq_id
   std::optional<Result> last_answer_;
   std::atomic<int64_t> ticks_ = 0;

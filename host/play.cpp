@@ -1,15 +1,13 @@
 #include "play.h"
 
 #include <array>
-#include <fstream>
-#include <iostream>
+#include <istream>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
 #include <variant>
 
 #include "output.h"
-#include "platform.h"
 
 namespace zelk::host {
 namespace {
@@ -171,22 +169,15 @@ bool PlayLine(Game& game, const std::string& text, int64_t number) try {
   return false;
 }
 
-bool PlayAll(Game& game, std::istream& script) {
+}  // namespace
+
+bool Play(Game& game, std::istream& script) {
   bool good = true;
   std::string text;
   for (int64_t number = 1; std::getline(script, text); ++number) {
     good = PlayLine(game, text, number) && good;
   }
-  return good;
-}
-
-}  // namespace
-
-bool Play(Game& game, const std::string& name) {
-  if (name == "-") return PlayAll(game, std::cin);
-  std::ifstream file(PathFromUtf8(name), std::ios::binary);
-  const bool good = PlayAll(game, file);
-  if (!file.is_open() || file.bad()) throw std::runtime_error(name + ": the script cannot be read");
+  if (script.bad()) throw std::runtime_error("the script cannot be read to its end");
   return good;
 }
 

@@ -4,12 +4,6 @@
 #include <string>
 #include <system_error>
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace zelk::host {
 namespace {
 
@@ -18,59 +12,11 @@ std::string Text(const std::filesystem::path& file) {
   return std::string(text.begin(), text.end());
 }
 
-#if defined(_WIN32)
-
-// The folder of `file` is searched first for the libraries that it needs.
-void* Load(const std::filesystem::path& file) {
-  HMODULE module = LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-  return reinterpret_cast<void*>(module);
-}
-
-std::string LoadError() { return "Windows error " + std::to_string(GetLastError()); }
-
-void* Symbol(void* library, const char* name) {
-  const FARPROC symbol = GetProcAddress(static_cast<HMODULE>(library), name);
-  return reinterpret_cast<void*>(symbol);
-}
-
-void* EosSymbol(const char* name) {
-  HMODULE eos = GetModuleHandleW(L"EOSSDK-Win64-Shipping.dll");
-  return eos != nullptr ? Symbol(eos, name) : nullptr;
-}
-
-#else
-
-void* Load(const std::filesystem::path& file) {
-  return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-}
-
-std::string LoadError() {
-  const char* message = dlerror();
-  return message != nullptr ? message : "unknown error";
-}
-
-// Searches the libraries that `library` was linked to as well.
-void* Symbol(void* library, const char* name) { return dlsym(library, name); }
-
-void* EosSymbol(const char* name) { return dlsym(RTLD_DEFAULT, name); }
-
-#endif
-
-void* LoadOrThrow(const std::filesystem::path& file) {
-  std::error_code error;
-  if (!std::filesystem::exists(file, error)) {
-    throw std::runtime_error(Text(file) + ": there is no such plugin");
-  }
-  void* handle = Load(std::filesystem::absolute(file).make_preferred());
-  if (handle != nullptr) return handle;
-  throw std::runtime_error(Text(file) + ": the plugin cannot be loaded: " + LoadError());
-}
-
 // The export `name`, whatever the type of the pointer that it goes to.
 class Export {
  public:
-  Export(void* library, const std::filesystem::path& file, const char* name)
-      : symbol_(Symbol(library, name)) {
+  Export(const SharedLibrary& library, const std::filesystem::path& file, const char* name)
+      : symbol_(library.Find(name)) {
     if (symbol_ == nullptr) throw std::runtime_error(Text(file) + ": no export \"" + name + "\"");
   }
 
@@ -85,18 +31,26 @@ class Export {
 
 }  // namespace
 
+SharedLibrary LoadPluginFile(const std::filesystem::path& file) try {
+  std::error_code error;
+  if (!std::filesystem::exists(file, error)) throw std::runtime_error("there is no such file");
+  return SharedLibrary(std::filesystem::absolute(file).make_preferred());
+} catch (const std::runtime_error& error) {
+  throw std::runtime_error(Text(file) + ": the plugin cannot be loaded: " + error.what());
+}
+
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
-    : handle_(LoadOrThrow(file)),
-      login(Export(handle_, file, "zelk_epic_auth_login")),
-      auto_login(Export(handle_, file, "zelk_epic_auth_auto_login")),
-      logout(Export(handle_, file, "zelk_epic_auth_logout")),
-      update(Export(handle_, file, "zelk_epic_update")),
-      shutdown(Export(handle_, file, "zelk_epic_shutdown")),
-      query_friends(Export(handle_, file, "zelk_epic_friend_queryfriends")) {}
+    : library_(LoadPluginFile(file)),
+      login(Export(library_, file, kEntryPointNames[0])),
+      auto_login(Export(library_, file, kEntryPointNames[1])),
+      logout(Export(library_, file, kEntryPointNames[2])),
+      update(Export(library_, file, kEntryPointNames[3])),
+      shutdown(Export(library_, file, kEntryPointNames[4])),
+      query_friends(Export(library_, file, kEntryPointNames[5])) {}
 
 void* PluginLibrary::Find(const char* name) const {
-  void* symbol = Symbol(handle_, name);
-  return symbol != nullptr ? symbol : EosSymbol(name);
+  void* symbol = library_.Find(name);
+  return symbol != nullptr ? symbol : FindLoaded(kEosLibrary, name);
 }
 
 }  // namespace zelk::host

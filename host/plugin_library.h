@@ -2,14 +2,33 @@
 // loads it keeps it until the process ends: the plugin's worker threads may outlive any request.
 #pragma once
 
+#include <array>
 #include <filesystem>
 
+#include "shared_library.h"
 #include "zelk_epic.h"
 
 namespace zelk::host {
 
+// The names under which the plugin exports its entry points, in the order of PluginLibrary's
+// members, and the core's friend message as this compiler decorates it.
+inline constexpr std::array kEntryPointNames{
+    "zelk_epic_auth_login", "zelk_epic_auth_auto_login", "zelk_epic_auth_logout",
+    "zelk_epic_update",     "zelk_epic_shutdown",        "zelk_epic_friend_queryfriends",
+};
+#if defined(_MSC_VER)
+inline constexpr char kSendMessageName[] =
+    "?SendMessage@Friend@zelk@@SAXAEBVFriendReqInfo@2@AEBV?$basic_string@D@zelk_tp_stl_c@2@@Z";
+#else
+inline constexpr char kSendMessageName[] =
+    "_ZN4zelk6Friend11SendMessageERKNS_13FriendReqInfoERKNS_13zelk_tp_stl_c12basic_stringIcEE";
+#endif
+
+// Throws std::runtime_error naming the file and what is wrong with it.
+SharedLibrary LoadPluginFile(const std::filesystem::path& file);
+
 class PluginLibrary {
-  void* handle_;  // before the entry points, which are found through it
+  SharedLibrary library_;  // before the entry points, which are found through it
 
  public:
   // Throws std::runtime_error naming the file and what it lacks.

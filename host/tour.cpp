@@ -77,14 +77,24 @@ void PrintResult(const Request& request, const Game::Result& result) {
   PrintText(std::visit(Details{request.page}, result.record));
 }
 
-std::optional<Game::Result> Step(Game& game, WorkRecorder& recorder, const std::string& heading,
+struct Tour {
+  Game& game;
+  WorkRecorder& recorder;
+  bool in_words;
+};
+
+std::optional<Game::Result> Step(const Tour& tour, const std::string& heading,
                                  const Request& request) {
-  PrintHeading(heading);
-  PrintRequest(request);
-  const std::optional<Game::Result> result = game.Ask(request);
-  if (result.has_value()) recorder.EndLookUp("answered");
-  TickUntilComplete(game, recorder);
-  PrintWork(recorder.Take());
+  if (tour.in_words) {
+    PrintHeading(heading);
+    PrintRequest(request);
+  }
+  const std::optional<Game::Result> result = tour.game.Ask(request);
+  if (result.has_value()) tour.recorder.EndLookUp("answered");
+  TickUntilComplete(tour.game, tour.recorder);
+  const std::vector<Work> work = tour.recorder.Take();
+  if (!tour.in_words) return result;
+  PrintWork(work);
   if (result.has_value()) PrintResult(request, *result);
   return result;
 }
@@ -96,27 +106,28 @@ bool HasMore(const std::optional<Game::Result>& result) {
   return document.value("current", 0) < document.value("total", 0);
 }
 
-void ListAllFriends(Game& game, WorkRecorder& recorder) {
+void ListAllFriends(const Tour& tour) {
   bool more = true;
   for (int32_t page = 1; more; ++page) {
     const std::string name = fmt::format("friends-{}", page);
-    more = HasMore(Step(game, recorder, fmt::format("List friends, page {}", page),
+    more = HasMore(Step(tour, fmt::format("List friends, page {}", page),
                         ListFriends(name, page, kFriendsPerPage, false)));
   }
 }
 
 }  // namespace
 
-void TourFirstProcess(Game& game, WorkRecorder& recorder) {
+void TourFirstProcess(Game& game, WorkRecorder& recorder, bool in_words) {
+  const Tour tour{game, recorder, in_words};
   const std::string portal = R"({"LoginMode":"AccountPortal"})";
-  Step(game, recorder, "Sign in through the account portal", SignIn("sign-in", portal));
-  ListAllFriends(game, recorder);
-  Step(game, recorder, "Sign out, which forgets the sign-in", SignOut("sign-out"));
-  Step(game, recorder, "Sign in through the portal once more", SignIn("sign-in-again", portal));
+  Step(tour, "Sign in through the account portal", SignIn("sign-in", portal));
+  ListAllFriends(tour);
+  Step(tour, "Sign out, which forgets the sign-in", SignOut("sign-out"));
+  Step(tour, "Sign in through the portal once more", SignIn("sign-in-again", portal));
 }
 
-void TourNextProcess(Game& game, WorkRecorder& recorder) {
-  Step(game, recorder, "In a new process: sign in automatically from what was kept",
+void TourNextProcess(Game& game, WorkRecorder& recorder, bool in_words) {
+  Step({game, recorder, in_words}, "In a new process: sign in automatically from what was kept",
        SignInAutomatically("auto-sign-in"));
 }
 

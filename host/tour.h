@@ -6,10 +6,11 @@
 
 namespace zelk::host {
 
-// Signs in, lists friends page by page, signs out, signs in again. `recorder` gets the log.
-void TourFirstProcess(Game& game, WorkRecorder& recorder);
+// Signs in, lists friends page by page, signs out, signs in again. `recorder` gets the log;
+// `in_words` is set when results are not printed as events.
+void TourFirstProcess(Game& game, WorkRecorder& recorder, bool in_words);
 
 // Signs in automatically from what the first process left behind.
-void TourNextProcess(Game& game, WorkRecorder& recorder);
+void TourNextProcess(Game& game, WorkRecorder& recorder, bool in_words);
 
 }  // namespace zelk::host

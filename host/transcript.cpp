@@ -39,7 +39,7 @@ std::string Words(const std::array<CodeRow, kCount>& rows, int64_t code) {
 }
 
 // In the order of Style.
-constexpr std::array kEscapes{"\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[31m"};
+constexpr std::array kEscapes{"\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[33m", "\x1b[31m"};
 
 bool UseColour() {
   static const bool use = GetEnvironment("NO_COLOR").empty() && StdoutIsTerminal();
@@ -85,14 +85,6 @@ std::size_t DisplayWidth(std::string_view text) {
     width += Width(NextCodePoint(text, position));
   }
   return width;
-}
-
-// Texts come from elsewhere: none of them may steer the terminal.
-std::string Printable(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(),
-      [](char byte) { return static_cast<unsigned char>(byte) < 0x20U || byte == 0x7F; }, '?');
-  return text;
 }
 
 std::vector<std::size_t> ColumnWidths(const std::vector<Row>& rows) {
@@ -165,6 +157,13 @@ std::string Foot(const FriendResult& result, int32_t page) {
 }
 
 }  // namespace
+
+std::string Printable(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(),
+      [](char byte) { return static_cast<unsigned char>(byte) < 0x20U || byte == 0x7F; }, '?');
+  return text;
+}
 
 std::string Styled(Style style, std::string_view text) {
   if (!UseColour()) return std::string(text);

@@ -11,13 +11,16 @@
 
 namespace zelk::host {
 
-enum class Style { kBold, kDim, kGood, kBad };
+enum class Style { kBold, kDim, kGood, kDoubtful, kBad };
 
 // As it is when standard output is no terminal or the environment has NO_COLOR.
 std::string Styled(Style style, std::string_view text);
 
+// Texts come from elsewhere: control characters become "?", so that none can steer the terminal.
+std::string Printable(std::string text);
+
 // Columns of equal width, two blanks apart, as wide as the terminal shows them; every line behind
-// `indent`. Control characters are shown as "?".
+// `indent`. Printable.
 using Row = std::vector<std::string>;
 std::string Table(const std::vector<Row>& rows, std::string_view indent);
 

@@ -19,23 +19,27 @@ struct BeginRow {
 constexpr std::array kBegins{
     BeginRow{"call EOS_Auth_Login", "EOS_Auth_Login", "persistent authorisation"},
     BeginRow{"enter default login flow", "EOS_Auth_Login", "login mode"},
-    BeginRow{"epic logout", "EOS_Auth_Logout", ""},
-    BeginRow{"epic logout", "EOS_Auth_DeletePersistentAuth", ""},
     BeginRow{"call EOS_Friends_QueryFriends", "EOS_Friends_QueryFriends", ""},
-    BeginRow{"SteamFriend::QueryFriends, Create thread failed", kLookUp, "each friend"},
+    BeginRow{"SteamFriend::QueryFriends, Create thread failed", kLookUp, kAboutEachFriend},
 };
+
+// A sign-out reaches EOS only when the line about it is followed by the conversion of the account.
+constexpr std::string_view kLogout = "epic logout";
+constexpr std::string_view kConversion = "Call EOS_EpicAccountId_FromString";
+constexpr std::array kLogoutCalls{"EOS_Auth_Logout", "EOS_Auth_DeletePersistentAuth"};
 
 // How a completion's line begins, and what stands in front of the EOS result in it.
 struct EndRow {
   std::string_view text;
   std::string_view call;
   std::string_view before_outcome;
+  bool is_shared = false;  // the line follows other calls' completions too
 };
 constexpr std::array kEnds{
     EndRow{"Login complete", "EOS_Auth_Login", "msg:"},
     EndRow{"Connect Login complete", "EOS_Connect_Login", "msg:"},
     EndRow{"Connect Create User complete", "EOS_Connect_CreateUser", "msg:"},
-    EndRow{"LoginEndWithThirdError", "EOS_Connect_CreateUser", "err_msg:"},
+    EndRow{"LoginEndWithThirdError", "EOS_Connect_CreateUser", "err_msg:", true},
     EndRow{"Query UserInfo complete", "EOS_UserInfo_QueryUserInfo", "msg:"},
     EndRow{"queryfriends complete", "EOS_Friends_QueryFriends", "msg:"},
     EndRow{"[EOS SDK] Logout Success", "EOS_Auth_Logout", ""},
@@ -49,12 +53,19 @@ bool HasCompletion(std::string_view call) {
                      [call](const EndRow& row) { return row.call == call; });
 }
 
+bool IsOfEos(std::string_view text) { return text.starts_with("[EOS SDK]"); }
+
 // Without the "[seq_id], " or "[seq_id] " of a request's lines.
 std::string_view Body(std::string_view text) {
-  if (!text.starts_with('[') || text.starts_with("[EOS SDK]")) return text;
+  if (!text.starts_with('[') || IsOfEos(text)) return text;
   const std::size_t end = text.find(']');
   const std::size_t body = text.find_first_not_of("], ", end);
   return body < text.size() ? text.substr(body) : text;
+}
+
+// "" when the line names no request.
+std::string_view SeqId(std::string_view text) {
+  return text.starts_with('[') && !IsOfEos(text) ? text.substr(1, text.find(']') - 1) : "";
 }
 
 // X in "Call EOS_X ...", "" in every other line. Conversions of identifiers are no work.
@@ -83,7 +94,9 @@ bool WorkRecorder::HasOpenWork() {
 
 void WorkRecorder::EndLookUp(const std::string& outcome) {
   const std::scoped_lock lock(mutex_);
-  End(kLookUp, outcome);
+  for (Work& work : work_) {
+    if (work.is_open && work.about == kAboutEachFriend) return End(work, outcome);
+  }
 }
 
 std::vector<Work> WorkRecorder::Take() {
@@ -92,32 +105,49 @@ std::vector<Work> WorkRecorder::Take() {
 }
 
 void WorkRecorder::sink_it_(const spdlog::details::log_msg& line) {
-  const std::string_view text = Body({line.payload.data(), line.payload.size()});
-  const std::string_view call = AnnouncedCall(text);
-  if (!call.empty()) Begin(call, "");
+  const std::string_view whole(line.payload.data(), line.payload.size());
+  const std::string_view text = Body(whole);
+  if (const std::string_view call = AnnouncedCall(text); !call.empty()) Begin(call, "", "");
   for (const BeginRow& row : kBegins) {
-    if (text.starts_with(row.text) && !text.ends_with(", End")) Begin(row.call, row.about);
+    if (text.starts_with(row.text) && !text.ends_with(", End")) {
+      Begin(row.call, row.about, SeqId(whole));
+    }
   }
+  if (is_signing_out_ && text.starts_with(kConversion)) {
+    for (const char* call : kLogoutCalls) Begin(call, "", "");
+  }
+  if (!IsOfEos(text)) is_signing_out_ = text.starts_with(kLogout);
   for (const EndRow& row : kEnds) {
-    if (text.starts_with(row.text)) End(row.call, OutcomeIn(text, row));
+    if (text.starts_with(row.text)) Complete(row.call, OutcomeIn(text, row), row.is_shared);
   }
 }
 
-void WorkRecorder::Begin(std::string_view call, std::string_view about) {
+void WorkRecorder::Begin(std::string_view call, std::string_view about, std::string_view seq_id) {
   work_.push_back({.call = std::string(call),
                    .about = std::string(about),
+                   .seq_id = std::string(seq_id),
                    .is_open = HasCompletion(call),
                    .begin = game_.ticks()});
+  if (observer_ != nullptr) observer_->OnCall(work_.back());
 }
 
-void WorkRecorder::End(std::string_view call, const std::string& outcome) {
-  for (Work& work : work_) {
-    if (!work.is_open || work.call != call) continue;
-    work.is_open = false;
-    work.ticks = game_.ticks() - work.begin;
-    work.outcome = outcome;
-    return;
+void WorkRecorder::Complete(std::string_view call, const std::string& outcome, bool is_shared) {
+  const auto open = std::find_if(work_.begin(), work_.end(), [call](const Work& work) {
+    return work.is_open && work.call == call && work.about != kAboutEachFriend;
+  });
+  if (open != work_.end()) {
+    End(*open, outcome);
+    if (observer_ != nullptr) observer_->OnCompletion(*open);
+  } else if (!is_shared && observer_ != nullptr) {
+    // EOS completes some calls more than once.
+    observer_->OnCompletion({.call = std::string(call), .outcome = outcome});
   }
+}
+
+void WorkRecorder::End(Work& work, const std::string& outcome) {
+  work.is_open = false;
+  work.ticks = game_.ticks() - work.begin;
+  work.outcome = outcome;
 }
 
 void TickUntilComplete(Game& game, WorkRecorder& recorder) {

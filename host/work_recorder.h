@@ -14,21 +14,34 @@
 
 namespace zelk::host {
 
+// What stands for the look-ups of all friends of a page: the log does not tell one from another.
+inline constexpr char kAboutEachFriend[] = "each friend";
+
 // An EOS call; what EOS completes later has an outcome once it is no longer open.
 struct Work {
   std::string call;
-  std::string about;  // what the call is for, where it is not plain
+  std::string about;   // what the call is for, where it is not plain
+  std::string seq_id;  // of the request, where the line names it
   bool is_open = false;
   int64_t begin = 0;         // in ticks
   int64_t ticks = 0;         // from there to the completion
   std::string outcome = {};  // the name of the EOS result
 };
 
+// Sees work as it happens. Called by the thread that logs, one at a time.
+class WorkObserver {
+ public:
+  virtual ~WorkObserver() = default;
+  virtual void OnCall(const Work& work) = 0;
+  virtual void OnCompletion(const Work& work) = 0;
+};
+
 // A log sink; any thread.
 class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
  public:
-  // Counts the ticks of `game`.
-  explicit WorkRecorder(const Game& game) : game_(game) {}
+  // Counts the ticks of `game`. `observer` may be null and outlives the recorder.
+  explicit WorkRecorder(const Game& game, WorkObserver* observer = nullptr)
+      : game_(game), observer_(observer) {}
 
   bool HasOpenWork();
 
@@ -42,11 +55,14 @@ class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
   void sink_it_(const spdlog::details::log_msg& line) override;
   void flush_() override {}
 
-  void Begin(std::string_view call, std::string_view about);
-  void End(std::string_view call, const std::string& outcome);
+  void Begin(std::string_view call, std::string_view about, std::string_view seq_id);
+  void Complete(std::string_view call, const std::string& outcome, bool is_shared);
+  void End(Work& work, const std::string& outcome);
 
   const Game& game_;
+  WorkObserver* const observer_;
   std::vector<Work> work_;
+  bool is_signing_out_ = false;  // since the plugin's last line
 };
 
 // For a sign-out: its result comes at once, and what EOS has to do for it only afterwards.

@@ -56,13 +56,14 @@ class Host : public testing::Test {
   }
   ~Host() override { fs::remove_all(folder_); }
 
-  // A state directory of the test's own, unless `arguments` name one.
+  // With a state directory of the test's own, unless `arguments` name one.
   Outcome Run(const std::string& arguments) {
     const fs::path out = folder_ / "out", err = folder_ / "err";
     const fs::path program = fs::absolute(ZELK_HOST_PROGRAM).make_preferred();
-    const int status =
-        StatusOf(Quoted(program.string()) + " --state-dir " + Quoted((folder_ / "state").string()) +
-                 " " + arguments + " > " + Quoted(out.string()) + " 2> " + Quoted(err.string()));
+    const bool names_one = arguments.find("--state-dir") != std::string::npos;
+    const std::string state = " --state-dir " + Quoted((folder_ / "state").string()) + " ";
+    const int status = StatusOf(Quoted(program.string()) + (names_one ? " " : state) + arguments +
+                                " > " + Quoted(out.string()) + " 2> " + Quoted(err.string()));
     return {status, Read(out), Read(err)};
   }
 
@@ -118,6 +119,7 @@ const std::string kFriends = R"({"call":"friends","method_id":203,"seq_id":"f","
 const std::string kDrain = "{\"call\":\"drain\"}\n";
 const std::string kAuto = R"({"call":"auto_login","method_id":101,"seq_id":"a"})"
                           "\n";
+const std::string kLogout = "{\"call\":\"logout\",\"seq_id\":\"l\"}\n";
 const std::string kOneFriend =
     R"({"accounts":[{"name":"p","account_id":"11111111111111111111111111111111",)"
     R"("product_user_id":"22222222222222222222222222222222","display_name":"P",)"
@@ -213,7 +215,7 @@ TEST_F(Host, TheExitStatusFollowsTheResults) {
        R"({"EOS_Auth_Login":[{"after_ticks":9}]})",
        1,
        {"AuthResult s 17"}},
-      {"never answered", R"({"call":"logout","seq_id":"l"})", "{}", 1, {}},
+      {"never answered", kLogout, "{}", 1, {}},
   };
   for (const StatusRow& row : rows) {
     fs::remove_all(folder_ / "state");
@@ -232,7 +234,15 @@ TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
       {"login --mode Guess", "Guess"},
       {"friends --page many", "page"},
       {"--log-level loud tour", "loud"},
-      {"--json tour", "--json"},
+      {"login friends", "friends"},
+      {"friends --page -1", "--page"},
+      {"friends --count 0", "--count"},
+      {"--log", "--log"},
+      {"--log \"\" login", "--log"},
+      {"play .", "."},
+      {"--diagram . login", "diagram"},
+      {"--diagram - login", "--diagram"},
+      {"--diagram x doctor", "--diagram"},
       {"play nowhere.jsonl", "nowhere.jsonl"},
       {"--plugin nowhere.so login", "nowhere.so"},
       {"--plugin " + broken + " login", "broken.json"},
@@ -276,8 +286,15 @@ TEST_F(Host, SignsInWithoutAPlaceToKeepAnything) {
   EXPECT_THAT(outcome.out, HasSubstr("cannot be written"));
 }
 
+TEST_F(Host, TheTourGivesEveryResultAsJson) {
+  const Outcome outcome = Run("--json tour");
+  EXPECT_THAT(outcome.err, IsEmpty());
+  EXPECT_EQ(Summary(outcome).size(), 7U);
+  EXPECT_EQ(Summary(outcome).back(), "AuthPluginResult auto-sign-in 0");
+}
+
 TEST_F(Host, TheTourShowsEveryStepWithItsEosWork) {
-  const Outcome outcome = Run("tour");
+  const Outcome outcome = Run("tour --diagram " + File("tour.mmd", ""));
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_THAT(outcome.err, IsEmpty());
   for (const char* part :
@@ -287,6 +304,92 @@ TEST_F(Host, TheTourShowsEveryStepWithItsEosWork) {
     EXPECT_THAT(outcome.out, HasSubstr(part));
   }
   EXPECT_THAT(outcome.out, Each(Not('\x1b')));
+  const std::string diagram = Read(folder_ / "tour.mmd");
+  EXPECT_THAT(diagram, HasSubstr(", EOS_Auth_DeletePersistentAuth, EOS_Success\n"));
+  EXPECT_THAT(diagram, HasSubstr("the game is started again\n    Game->>Plugin"));
+}
+
+struct DiagramRow {
+  std::string script;
+  std::string calls;  // what goes wrong in EOS
+  std::string lines;
+};
+
+TEST_F(Host, DrawsCallsCompletionsAndResults) {
+  const std::string odd = R"({"call":"login","seq_id":"a;b#c\"\n%%{é"})";
+  const DiagramRow rows[] = {
+      {kLogin + kDrain, R"({"EOS_Connect_Login":[{"result":5}]})",
+       "EOS-->>Plugin: tick 3, EOS_Connect_Login, EOS_AccessDenied\n    "
+       "Plugin-->>Game: tick 3, AuthResult, ret_code 9999, third_code 5 (EOS_AccessDenied), "
+       "seq_id s\n    Game->>Plugin: zelk_epic_shutdown"},
+      {odd, "{}", "method 0 (kMethodIDUndefine), seq_id a#59;b#35;c#34; #37;#37;#123;é"},
+      {kLogout + kLogout, "{}",
+       "zelk_epic_auth_logout, method 0 (kMethodIDUndefine), seq_id l x 2"},
+      {kLogin + kDrain + kFriends + kDrain, "", "Plugin->>EOS: EOS_UserInfo_QueryUserInfo x 2"},
+  };
+  for (const DiagramRow& row : rows) {
+    const std::string file = File("diagram", "an older one");
+    const std::string world = File("world", kOneFriend + row.calls + "}");
+    Play(row.script, "--diagram " + file + (row.calls.empty() ? "" : " --world " + world));
+    const std::string diagram = Read(folder_ / "diagram");
+    EXPECT_THAT(diagram, testing::StartsWith("sequenceDiagram\n    participant Game as game\n"));
+    EXPECT_THAT(diagram, HasSubstr(row.lines + "\n"));
+    EXPECT_THAT(diagram, Not(HasSubstr("EOS_Auth_Logout")));
+  }
+}
+
+struct DoctorRow {
+  std::string options;
+  std::vector<std::pair<std::string, std::string>> errors;  // of which check, and a part of it
+};
+
+TEST_F(Host, TheDoctorTellsEveryErrorAndChangesNothing) {
+  const fs::path plugin = fs::absolute(ZELK_PLUGIN_FILE);
+  fs::create_directories(folder_ / "alone");
+  fs::create_directories(folder_ / "damaged");
+  fs::copy_file(plugin, folder_ / "alone" / plugin.filename());
+  const auto path = [](const fs::path& file) { return Quoted(file.string()); };
+  const std::string no_json = File("damaged/zelk_store.json", "{\"ZELK\":5}");
+  const std::string part = R"({"ZELK":{"EPIC_PRODUCT_NAME":")" + std::string(65, 'x');
+  const std::string rest =
+      R"(","EPIC_PRODUCT_VERSION":"1","EPIC_PRODUCT_ID":"1","EPIC_SANDBOX_ID":"1",)"
+      R"("EPIC_DEPLOYMENT_ID":"1","EPIC_CLIENT_ID":"1","EPIC_CLIENT_SECRET":"1"}})";
+  const DoctorRow rows[] = {
+      {"", {}},
+      {"--config nowhere.json", {{"configuration", "nowhere.json"}}},
+      {"--config " + File("part.json", part + "\",\"EPIC_CLIENT_ID\":\"\"}}"),
+       {{"configuration", "EPIC_PRODUCT_VERSION, EPIC_PRODUCT_ID"}}},
+      {"--config " + File("long.json", part + rest), {{"configuration", "65"}}},
+      {"--plugin " + path(folder_ / "nowhere"),
+       {{"plugin", "nowhere"}, {"EOS library", "not there"}}},
+      {"--plugin " + path(folder_ / "alone" / plugin.filename()) + " --config " + no_json,
+       {{"configuration", ":1: "}, {"plugin", "loaded"}, {"EOS library", "alone"}}},
+      {"--plugin " + path(plugin.parent_path() / ZELK_CORE_NAME),
+       {{"entry points",
+         "zelk_epic_auth_login, zelk_epic_auth_auto_login, zelk_epic_auth_logout"}}},
+      {"--state-dir " + path(folder_ / "damaged"), {{"store", "damaged"}}},
+      {"--state-dir " + no_json + " --world " + no_json,
+       {{"state directory", "no directory"}, {"EOS's directory", ""}, {"world", "ZELK"}}},
+  };
+  const auto files = [this] {
+    const fs::recursive_directory_iterator all(folder_);
+    return std::vector<fs::path>(begin(all), end(all));
+  };
+  Run("doctor");  // "out" and "err" are there
+  const std::vector<fs::path> before = files();
+  for (const DoctorRow& row : rows) {
+    const Outcome outcome = Run("doctor --json " + row.options);
+    std::vector<Json> events = Events(outcome);
+    EXPECT_EQ(events.size(), 12U) << row.options;
+    std::erase_if(events, [](const Json& event) { return event["status"] != "error"; });
+    EXPECT_EQ(outcome.status, row.errors.empty() ? 0 : 1) << row.options;
+    ASSERT_EQ(events.size(), row.errors.size()) << row.options << '\n' << outcome.out;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      EXPECT_EQ(events[i]["name"], row.errors[i].first);
+      EXPECT_THAT(events[i]["message"].get<std::string>(), HasSubstr(row.errors[i].second));
+    }
+  }
+  EXPECT_EQ(files(), before);
 }
 
 }  // namespace

@@ -209,4 +209,13 @@ void foundation_standin::SetStoreDirectory(const fs::path& directory) {
   DefaultStore().SetDirectory(directory);
 }
 
+std::string foundation_standin::CheckStore(const fs::path& directory) {
+  const fs::path file = directory / kStoreFileName;
+  std::error_code error;
+  if (fs::status(file, error).type() == fs::file_type::not_found) return "";
+  const std::optional<std::string> text = ReadAll(file);
+  if (!text) return "cannot be read";
+  return FromText(*text) ? "" : "is damaged";
+}
+
 }  // namespace zelk

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "core_contract/export.h"
@@ -27,6 +28,10 @@ ZELK_FOUNDATION_API void SetStoreDirectory(const std::filesystem::path& director
 
 // The one file in it.
 inline constexpr char kStoreFileName[] = "zelk_store.json";
+
+// Any thread. What is wrong with that file, "is damaged" or "cannot be read"; "" when it is good or
+// not there. Leaves it as it is.
+ZELK_FOUNDATION_API std::string CheckStore(const std::filesystem::path& directory);
 
 // Any thread. Nodes allocated and not yet given back, and nodes given back with a wrong size.
 ZELK_FOUNDATION_API int64_t NodesOut();

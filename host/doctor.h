@@ -1,0 +1,12 @@
+// The doctor: looks for what keeps the plugin from working on this machine.
+#pragma once
+
+#include "options.h"
+
+namespace zelk::host {
+
+// Prints one line for each check. Calls nothing of the plugin, and leaves the disk as it was.
+// Returns 0, or 1 when something is wrong.
+int RunDoctor(const Options& options);
+
+}  // namespace zelk::host

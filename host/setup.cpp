@@ -1,0 +1,75 @@
+#include "setup.h"
+
+#include <spdlog/fmt/fmt.h>
+
+#include <random>
+#include <stdexcept>
+#include <system_error>
+
+#include "platform.h"
+#include "zelk_core_standin.h"
+#include "zelk_foundation_standin.h"
+
+namespace zelk::host {
+
+std::string UseConfig(const std::string& file) {
+  if (!file.empty()) return core_standin::LoadConfig(PathFromUtf8(file));
+  for (const auto& [key, value] : kConfig) core_standin::SetConfig(kConfigSection, key, value);
+  return "";
+}
+
+std::filesystem::path PluginFile(const Options& options) {
+  return options.plugin.empty() ? DefaultPluginFile() : PathFromUtf8(options.plugin);
+}
+
+std::filesystem::path StateDirectory(const Options& options) {
+  return options.state_dir.empty() ? DefaultStateDirectory() : PathFromUtf8(options.state_dir);
+}
+
+std::filesystem::path EosDirectory(const std::filesystem::path& state_directory) {
+  return state_directory / "eos";
+}
+
+void UseStateDirectory(const std::filesystem::path& directory) {
+  std::error_code ignored;
+  const std::filesystem::path absolute = std::filesystem::absolute(directory);
+  std::filesystem::create_directories(EosDirectory(absolute), ignored);
+  foundation_standin::SetStoreDirectory(absolute);
+  SetTemporaryDirectory(EosDirectory(absolute));
+}
+
+std::string CheckWorld(void* check_world, const std::string& file) {
+  if (check_world == nullptr) return "--world: this EOS library has no worlds";
+  using Function = int32_t (*)(const char* path, char* message, int32_t size);
+  std::array<char, 1024> message{};
+  const auto check = reinterpret_cast<Function>(check_world);
+  const auto size = static_cast<int32_t>(message.size());
+  return check(file.c_str(), message.data(), size) == 0 ? "" : message.data();
+}
+
+PluginLibrary LoadPlugin(const Options& options) {
+  const auto refuse = [](const std::string& problem) {
+    if (!problem.empty()) throw std::runtime_error(problem);
+  };
+  refuse(UseConfig(options.config));
+  if (!options.world.empty()) SetEnvironment("ZELK_EOS_WORLD", PathFromUtf8(options.world));
+  PluginLibrary plugin(PluginFile(options));
+  if (!options.world.empty()) refuse(CheckWorld(plugin.Find(kCheckWorld), options.world));
+  return plugin;
+}
+
+TemporaryDirectory::TemporaryDirectory() {
+  std::random_device random;
+  do {
+    const std::string name = fmt::format("zelk-tour-{:08x}", random());
+    path_ = std::filesystem::temp_directory_path() / name;
+  } while (!std::filesystem::create_directory(path_));
+  std::filesystem::permissions(path_, std::filesystem::perms::owner_all);
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+}  // namespace zelk::host

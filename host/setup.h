@@ -1,0 +1,66 @@
+// What is brought about before the plugin is called: its configuration, the state directory, the
+// world of an EOS stand-in.
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <string>
+
+#include "options.h"
+#include "plugin_library.h"
+
+namespace zelk::host {
+
+// The section of the configuration that the plugin reads, the keys that it reads there, and their
+// values when no configuration is given.
+inline constexpr char kConfigSection[] = "ZELK";
+struct ConfigRow {
+  const char* key;
+  const char* demo_value;
+};
+inline constexpr std::array kConfig{
+    ConfigRow{"EPIC_PRODUCT_NAME", "ZELK Demo"},
+    ConfigRow{"EPIC_PRODUCT_VERSION", "1.0"},
+    ConfigRow{"EPIC_PRODUCT_ID", "demo-product"},
+    ConfigRow{"EPIC_SANDBOX_ID", "demo-sandbox"},
+    ConfigRow{"EPIC_DEPLOYMENT_ID", "demo-deployment"},
+    ConfigRow{"EPIC_CLIENT_ID", "demo-client"},
+    ConfigRow{"EPIC_CLIENT_SECRET", "demo-secret"},
+};
+
+// Loads the file, or the demo values when it is "". Returns "" or what is wrong.
+std::string UseConfig(const std::string& file);
+
+std::filesystem::path PluginFile(const Options& options);
+
+// Where sign-ins are kept: the store lies in it, EOS keeps its own in the folder `EosDirectory`.
+std::filesystem::path StateDirectory(const Options& options);
+std::filesystem::path EosDirectory(const std::filesystem::path& state_directory);
+
+// Before the plugin is loaded. A directory that cannot be made is for the foundation and EOS to
+// report.
+void UseStateDirectory(const std::filesystem::path& directory);
+
+// The function by which an EOS library that plays worlds checks one, and what it says: "" or what
+// is wrong.
+inline constexpr char kCheckWorld[] = "EOS_StandIn_CheckWorld";
+std::string CheckWorld(void* check_world, const std::string& file);
+
+// Configuration, world and plugin. Throws std::runtime_error.
+PluginLibrary LoadPlugin(const Options& options);
+
+// Gone with everything in it when the tour ends.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  ~TemporaryDirectory();
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace zelk::host
