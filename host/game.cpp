@@ -126,7 +126,7 @@ Game::Game(const PluginLibrary& plugin, std::function<void(const Result&)> obser
     : plugin_(plugin), observer_(std::move(observer)) {}
 
 void Game::Issue(const Request& request) {
-  ++waiting_[request.params.seq_id];
+  ++waiting_[request.params.seq_id.c_str()];  // the core's texts end at a NUL
   Row(request.entry_point).call(plugin_, request);
   Deliver();
 }
