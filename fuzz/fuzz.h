@@ -64,7 +64,7 @@ inline void Settle(const host::PluginLibrary& plugin) {
     quiet = busy ? 0 : quiet + 1;
     Expect(ticks < 1'000'000, "what was asked for comes to an end");
     plugin.update();
-    std::this_thread::yield();
+    if (windows_standin::ThreadsRunning() > 0) std::this_thread::yield();
   }
 }
 

@@ -201,7 +201,7 @@ TEST_F(Host, TheExitStatusFollowsTheResults) {
   const StatusRow rows[] = {
       {"all succeed", kLogin + kDrain, "{}", 0, {"AuthPluginResult s 0"}},
       {"a NUL in the sequence id",
-       R"({"call":"auto_login","seq_id":"s\u0000t","extra_json":"{\"LoginMode\":\"PinGrant\"}"})"
+       R"({"call":"auto_login","seq_id":"s\u0000t","extra_json":"{\"LoginMode\":\"AccountPortal\"}"})"
        "\n" +
            kDrain,
        "{}",
