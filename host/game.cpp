@@ -123,7 +123,7 @@ const char* EntryPointName(EntryPoint entry_point) { return Row(entry_point).nam
 
 void Game::Issue(const Request& request) {
   for (GameObserver* observer : observers_) observer->OnRequest(request);
-  ++waiting_[request.params.seq_id];
+  ++waiting_[request.params.seq_id.c_str()];  // the core's texts end at a NUL
   Row(request.entry_point).call(plugin_, request);
   Deliver();
 }

@@ -12,6 +12,9 @@
 namespace zelk::host {
 namespace {
 
+// Beyond any use of one line; the lines after it are not held up for hours.
+constexpr int32_t kMostTicks = 1'000'000;
+
 // A line of the script, with what stands for the fields that it leaves out.
 struct Step {
   int32_t method_id = 0;
@@ -136,7 +139,9 @@ Step ReadStep(const Json& line, const CallRow& call) {
     std::visit([&](auto member) { Assign(step.*member, item.value(), Quoted(item.key())); },
                FindField(item.key(), call).member);
   }
-  if (step.times < 0 || step.max_ticks < 0) Refuse("a number of ticks must not be negative");
+  for (const int32_t ticks : {step.times, step.max_ticks}) {
+    if (ticks < 0 || ticks > kMostTicks) Refuse("a number of ticks must be from 0 to 1000000");
+  }
   return step;
 }
 

@@ -148,7 +148,7 @@ class OutOfMemory : public PluginTest, public testing::WithParamInterface<Shorta
       if (struck) continue;
       EXPECT_EQ(result.base.ret_code, ret_code);
       RecordProperty("runs", static_cast<int>(number));
-      std::cout << "[   RUNS   ] " << number << std::endl;
+      std::cout << "Allocation: " << number << " runs" << std::endl;
       return;
     }
     FAIL() << "there was no end of allocations";
@@ -241,7 +241,7 @@ TEST_P(OutOfMemory, RequestsAreAnsweredWithoutNodes) {
       ExpectAnswers("", ++answers_without_id);
     }
   }
-  std::cout << "[   RUNS   ] " << number << ", answered without an id: " << answers_without_id
+  std::cout << "Allocation: " << number << " runs, answered without an id: " << answers_without_id
             << std::endl;
 }
 

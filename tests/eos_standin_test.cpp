@@ -439,6 +439,12 @@ TEST(EosWorld, SaysWhatIsWrongWithAFile) {
        ": /calls/EOS_Shutdown/0/result: is no result code"},
       {R"({"accounts":[{"account_id":"x"}]})",
        ": /accounts/0/account_id: must be 32 hexadecimal digits"},
+      {R"({"accounts":[],"seed":1e309})", ": number overflow"},
+      {R"({"accounts":[],"calls":{"EOS_Shutdown":[{"result":4294967296}]}})",
+       ": /calls/EOS_Shutdown/0/result: must be a 32-bit number"},
+      {R"({"accounts":[{"account_id":"00000000000000000000000000000f01","friends":[)"
+       R"({"account_id":"00000000000000000000000000000f02"}],"generated_friends":2147483647}]})",
+       ": /accounts/0: has more friends than can be counted"},
   };
   const std::string file = FreshDirectory();
   char message[256] = "";

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <spdlog/sinks/base_sink.h>
 
+#include <chrono>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -159,7 +160,13 @@ TEST_F(Foundation, StoreKeepsEntriesForTheNextProcess) {
   Store().removeValueForKey("missing");
   EXPECT_FALSE(fs::exists(directory_));
   WriteFile(R"({"version":1,"entries":{"old":"1"}})");
-  std::ofstream(directory_ / "zelk_store.json.tmp-1") << "{ half";
+  for (const char* name : {"zelk_store.json.tmp-1", "zelk_store.json.tmp-2"}) {
+    std::ofstream(directory_ / name) << "{ half";
+  }
+  // One of them is of a process that was killed long ago.
+  fs::last_write_time(directory_ / "zelk_store.json.tmp-2",
+                      fs::file_time_type::clock::now() - std::chrono::hours(1));
+  foundation_standin::SetStoreDirectory(directory_);
   EXPECT_TRUE(Set("nul", with_nul));
   EXPECT_TRUE(Set("key", "first"));
   EXPECT_TRUE(Set("key", "second"));

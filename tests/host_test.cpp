@@ -135,10 +135,12 @@ TEST_F(Host, PlayAnswersGoodLinesInOrderAndGoesOnAfterBadOnes) {
       R"({"call":"friends","is_in_game":1})",  // not a boolean
       R"({"call":"login","seq_id":7})",        // not a text
       R"({"call":"update","times":-1})",       // no number of ticks
-      R"({"seq_id":"x"})",                     // no call
-      R"(["call"])",                           // no object
-      R"({"call":"update")",                   // no JSON
-      "{\"call\":\"\xff\"}",                   // no UTF-8
+      R"({"call":"update","times":1000001})",  // hours
+      R"({"call":"drain","max_ticks":2147483647})",
+      R"({"seq_id":"x"})",    // no call
+      R"(["call"])",          // no object
+      R"({"call":"update")",  // no JSON
+      "{\"call\":\"\xff\"}",  // no UTF-8
   };
   std::string script = kLogin + "\n \t\r\n" + kDrain + kFriends;
   std::vector<std::string> expected{"AuthPluginResult s 0"};
@@ -200,6 +202,13 @@ struct StatusRow {
 TEST_F(Host, TheExitStatusFollowsTheResults) {
   const StatusRow rows[] = {
       {"all succeed", kLogin + kDrain, "{}", 0, {"AuthPluginResult s 0"}},
+      {"a NUL in the sequence id",
+       R"({"call":"auto_login","seq_id":"s\u0000t","extra_json":"{\"LoginMode\":\"AccountPortal\"}"})"
+       "\n" +
+           kDrain,
+       "{}",
+       0,
+       {"AuthPluginResult s 0"}},
       {"one fails",
        kLogin + kDrain + kAuto + kDrain,
        R"({"EOS_Connect_Login":[{"result":5}]})",

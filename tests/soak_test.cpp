@@ -86,7 +86,8 @@ class Soak : public PluginTest {
     World(WorldWithFriends(5));
     eos_standin::RecordCalls(false);
     zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
-    std::cout << "ZELK_SOAK_SEED=" << seed_ << " ZELK_SOAK_REQUESTS=" << requests_ << std::endl;
+    std::cout << "Soak: ZELK_SOAK_SEED=" << seed_ << " ZELK_SOAK_REQUESTS=" << requests_
+              << std::endl;
   }
 
   uint64_t requests() const { return requests_; }

@@ -38,7 +38,7 @@ class SweepTest : public PluginTest {
 
   static void PrintRuns(int runs) {
     RecordProperty("runs", runs);
-    std::cout << "[   RUNS   ] " << runs << std::endl;
+    std::cout << "Sweep: " << runs << " runs" << std::endl;
   }
 };
 

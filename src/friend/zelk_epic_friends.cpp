@@ -224,6 +224,8 @@ constexpr char kQueryCompleteFunction[] = "zelk::EpicFriend::QueryFriendsComplet
 struct PageRange {
   int64_t start;
   int32_t current;
+
+  uint64_t size() const { return current > start ? static_cast<uint64_t>(current - start) : 0; }
 };
 
 PageRange RangeOfPage(int32_t page, int32_t count, int32_t total) {
@@ -322,8 +324,8 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
     if (EpicAuth::GetInstance()->platform() == nullptr) return EosHeld::PutBack(context.release());
     const int32_t total = FriendsCount(data->LocalUserId);
     ZELK_LOG(kLogInfo, "LocalUserId %s , friend counts:%d", account.c_str(), total);
-    const auto friends = std::make_shared<PersonList>();
     const PageRange range = RangeOfPage(context->page, context->count, total);
+    const auto friends = std::make_shared<PersonList>(range.size());
     StatusText status_text;
     for (int64_t i = range.start; i < range.current; ++i) {
       AppendFriend(data->LocalUserId, static_cast<int32_t>(i), status_text, *friends);

@@ -1,6 +1,7 @@
 // The Auth interface.
 #include "eos_auth.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -242,11 +243,13 @@ Loans<LentToken>& TokenLoans() {
   return loans;
 }
 
-// "2031-05-09T18:04:11.000Z"
+// "2031-05-09T18:04:11.000Z"; as far away as the calendar goes.
 std::string TimeIn(double seconds) {
   using namespace std::chrono;
+  constexpr double kFarthest = 1e11;
   const auto now = floor<std::chrono::seconds>(system_clock::now());
-  const auto time = now + std::chrono::seconds(static_cast<int64_t>(seconds));
+  const auto time =
+      now + std::chrono::seconds(static_cast<int64_t>(std::clamp(seconds, -kFarthest, kFarthest)));
   const auto day = floor<days>(time);
   const year_month_day date(day);
   const hh_mm_ss clock(time - day);

@@ -101,7 +101,11 @@ class Node {
   }
 
   int32_t ResultCode() const {
-    if (json_->is_number_integer()) return json_->get<int32_t>();
+    if (json_->is_number_integer()) {
+      const auto code = json_->get<int64_t>();
+      if (code != static_cast<int32_t>(code)) Fail("must be a 32-bit number");
+      return static_cast<int32_t>(code);
+    }
     const std::string name = Text();
     for (const ResultRow& row : kResults) {
       if (name == row.name) return static_cast<int32_t>(row.code);
@@ -198,14 +202,17 @@ std::unique_ptr<Account> ReadAccount(const Node& node) {
   node.If("friends", [&](const Node& friends) {
     for (const Node& entry : friends.Elements()) ReadFriend(entry, *account);
   });
+  if (World::FriendCount(*account) > kMostCounted)
+    node.Fail("has more friends than can be counted");
   return account;
 }
 
 // "[json.exception.parse_error.101] parse error at line 3, column 5: what is wrong" -> "what is
-// wrong"
+// wrong"; without a column what follows the brackets.
 std::string WhatIsWrong(const std::string& message) {
   const size_t column = message.find(", column ");
-  const size_t start = column == std::string::npos ? column : message.find(": ", column);
+  const size_t start =
+      column == std::string::npos ? message.find("] ") : message.find(": ", column);
   return start == std::string::npos ? message : message.substr(start + 2);
 }
 
@@ -271,6 +278,8 @@ World World::FromText(const std::string& text, const std::string& file) {
   } catch (const Json::parse_error& error) {
     throw std::runtime_error(file + ":" + std::to_string(LineOf(text, error.byte)) + ": " +
                              WhatIsWrong(error.what()));
+  } catch (const Json::exception& error) {  // a number that no type holds
+    throw std::runtime_error(file + ": " + WhatIsWrong(error.what()));
   }
 }
 

@@ -142,6 +142,7 @@ class Store {
   void Load() {
     entries_.emplace();
     replaceable_ = true;
+    RemoveLeftovers(File());
     std::error_code error;
     if (fs::status(File(), error).type() == fs::file_type::not_found) return;
     const std::optional<std::string> text = ReadAll(File());

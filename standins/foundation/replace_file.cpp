@@ -1,5 +1,6 @@
 #include "replace_file.h"
 
+#include <chrono>
 #include <string>
 
 #if defined(_WIN32)
@@ -95,13 +96,19 @@ std::error_code MoveIntoPlace(const path& from, const path& to) {
 
 #endif
 
+// Beside the file, as a rename works within one file system only; completed by the process, so that
+// two processes never write to the same one.
+path TemporaryPrefix(const path& file) {
+  path prefix = file;
+  prefix += ".tmp-";
+  return prefix;
+}
+
 }  // namespace
 
 std::error_code ReplaceContents(const path& file, std::string_view contents) {
-  // Beside the file, as a rename works within one file system only; with the process in its name,
-  // so that two processes never write to the same one.
-  path temporary = file;
-  temporary += ".tmp-" + ProcessId();
+  path temporary = TemporaryPrefix(file);
+  temporary += ProcessId();
   std::error_code error = WriteNewFile(temporary, contents);
   if (!error) error = MoveIntoPlace(temporary, file);
   if (error) {
@@ -109,6 +116,21 @@ std::error_code ReplaceContents(const path& file, std::string_view contents) {
     std::filesystem::remove(temporary, ignored);
   }
   return error;
+}
+
+void RemoveLeftovers(const path& file) {
+  using std::filesystem::file_time_type;
+  constexpr std::chrono::minutes kLongestReplacement{10};
+  const file_time_type latest = file_time_type::clock::now() - kLongestReplacement;
+  const path prefix = TemporaryPrefix(file);
+  std::error_code error;
+  std::filesystem::directory_iterator entry(file.parent_path(), error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (!entry->path().native().starts_with(prefix.native())) continue;
+    std::error_code ignored;
+    const file_time_type written = std::filesystem::last_write_time(entry->path(), ignored);
+    if (!ignored && written < latest) std::filesystem::remove(entry->path(), ignored);
+  }
 }
 
 }  // namespace zelk

@@ -13,4 +13,7 @@ namespace zelk {
 // was.
 std::error_code ReplaceContents(const std::filesystem::path& file, std::string_view contents);
 
+// Removes what killed processes left of their replacements of that file, once it is some time old.
+void RemoveLeftovers(const std::filesystem::path& file);
+
 }  // namespace zelk
