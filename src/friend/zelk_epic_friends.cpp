@@ -181,7 +181,7 @@ namespace {
 // The signed-in account as EOS knows it; null when there is none, or no platform.
 EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
   if (auth.account_id().empty() || auth.platform() == nullptr) return nullptr;
-  const EOS_EpicAccountId account_id = EpicAuth::EpicAccountIdFromString(auth.account_id());
+  const EOS_EpicAccountId account_id = EpicAuth::EpicAccountIdFromString(auth.account_id().c_str());
   if (account_id == nullptr || EOS_EpicAccountId_IsValid(account_id) == EOS_FALSE) return nullptr;
   return account_id;
 }
@@ -414,7 +414,8 @@ bool PrepareAsking(FriendsInfoThreadContext& page, AskingUser& asking) {
   }
   const EosLock::Step step;
   if (!MayGoOn(page)) return false;
-  asking.local_user = EpicAuth::EpicAccountIdFromString(EpicAuth::GetInstance()->account_id());
+  asking.local_user =
+      EpicAuth::EpicAccountIdFromString(EpicAuth::GetInstance()->account_id().c_str());
   return true;
 }
 
@@ -502,7 +503,7 @@ struct ReleaseUserInfo {
 // Leaves the person as it is when EOS has nothing on the friend.
 void CopyDetails(FriendUserInfoContext& context) {
   const EpicAuth& auth = *EpicAuth::GetInstance();
-  const EOS_EpicAccountId local_user = EpicAuth::EpicAccountIdFromString(auth.account_id());
+  const EOS_EpicAccountId local_user = EpicAuth::EpicAccountIdFromString(auth.account_id().c_str());
   const EOS_EpicAccountId friend_id =
       EpicAuth::EpicAccountIdFromString(context.person.openid.c_str());
   const EOS_UserInfo_CopyUserInfoOptions options{
