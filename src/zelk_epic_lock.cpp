@@ -3,9 +3,9 @@
 namespace zelk {
 namespace {
 
-// About twenty microseconds, which is what sleeping and waking would take: an EOS call of a worker is
-// over sooner.
-constexpr int kLooksBeforeSleep = 20000;
+// About fifty microseconds. Longer than a sleeper takes to wake up: otherwise a tick and a worker
+// that follow each other closely would put each other to sleep at every turn.
+constexpr int kLooksBeforeSleep = 50000;
 
 }  // namespace
 
