@@ -3,6 +3,7 @@
 #include <sched.h>
 
 #include <ctime>
+#include <sstream>
 #include <stdexcept>
 
 #include "fuzz.h"
@@ -18,8 +19,6 @@ namespace zelk::fuzz {
 namespace {
 
 int ticks_left = 0;
-int asked = 0;
-int may_stay_unanswered = 0;  // pages without a sequence id
 
 const host::PluginLibrary& Plugin() {
   static const host::PluginLibrary& plugin = Load();
@@ -28,25 +27,8 @@ const host::PluginLibrary& Plugin() {
 
 // The plugin, except that a shutdown only settles everything, for it is final in a process, and
 // that a run's ticks come to an end.
-host::PluginLibrary CountingPlugin() {
+host::PluginLibrary TamePlugin() {
   host::PluginLibrary plugin = Plugin();
-  plugin.login = [](const BaseParams& params, const std::string& permissions) {
-    ++asked;
-    Plugin().login(params, permissions);
-  };
-  plugin.auto_login = [](const BaseParams& params, const std::string& permissions) {
-    ++asked;
-    Plugin().auto_login(params, permissions);
-  };
-  plugin.logout = [](const BaseParams& params) {
-    ++asked;
-    Plugin().logout(params);
-  };
-  plugin.query_friends = [](const BaseParams& params, int32_t page, int32_t count, bool in_game) {
-    ++asked;
-    may_stay_unanswered += params.seq_id.empty();
-    Plugin().query_friends(params, page, count, in_game);
-  };
   plugin.update = [] {
     if (--ticks_left < 0) throw std::runtime_error("the run's ticks are over");
     Plugin().update();
@@ -54,6 +36,19 @@ host::PluginLibrary CountingPlugin() {
   plugin.shutdown = [] { Settle(Plugin()); };
   return plugin;
 }
+
+struct Account : host::GameObserver {
+  void OnRequest(const host::Request& request) override {
+    ++asked;
+    const bool is_page = request.entry_point == host::EntryPoint::kFriends;
+    may_stay_unanswered += is_page && request.params.seq_id.empty();
+  }
+  void OnResult(const core_standin::CommittedResult&) override { ++answered; }
+
+  int asked = 0;
+  int may_stay_unanswered = 0;
+  int answered = 0;
+};
 
 // How many answers were left.
 int SettleAndCount() {
@@ -79,19 +74,20 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const zelk::host::PluginLibrary plugin = CountingPlugin();
-  const std::string script = WriteFile("script.jsonl", Text(data, size));
+  static const zelk::host::PluginLibrary plugin = TamePlugin();
+  std::istringstream script(Text(data, size));
   ticks_left = 200;
-  asked = may_stay_unanswered = 0;
-  int answered = 0;
+  Account account;
   {
-    zelk::host::Game game(plugin, [&](const auto&) { ++answered; });
+    zelk::host::Game game(plugin);
+    game.Add(account);
     zelk::host::Play(game, script);
     game.Finish();
   }
-  answered += SettleAndCount();
-  Expect(answered <= asked, "no answer to what was not asked");
-  Expect(answered >= asked - may_stay_unanswered, "an answer to each request");
+  account.answered += SettleAndCount();
+  Expect(account.answered <= account.asked, "no answer to what was not asked");
+  Expect(account.answered >= account.asked - account.may_stay_unanswered,
+         "an answer to each request");
   SignOut();
   ExpectNothingMisusedOrLeft();
   return 0;
