@@ -20,15 +20,18 @@ class PendingContext {
   // Answers what the context still owes, as if the request had been made after the shutdown.
   virtual void AnswerAfterShutdown() = 0;
   // Ends what the context stands for; it stays behind empty for a completion that EOS still owes.
-  virtual void End() noexcept = 0;
-  // Frees the context.
-  virtual void Release() noexcept = 0;
+  virtual void End() noexcept {}
+  // Ends and frees the context.
+  virtual void Release() noexcept {
+    End();
+    delete this;
+  }
 
   // The one behind this in its list; null for the last.
   PendingContext* next() const { return next_; }
 
  protected:
-  ~PendingContext() = default;
+  virtual ~PendingContext() = default;
 
  private:
   friend class PendingList;
@@ -53,8 +56,7 @@ class PendingList {
   bool empty() const { return first_ == nullptr; }
   PendingContext* first() const { return first_; }
 
-  // Lets every context answer, then frees it. An answer that throws is logged and
-  // tried once more.
+  // Lets every context answer, then frees it. An answer that throws is logged and tried once more.
   void AnswerAfterShutdown() noexcept;
 
  private:

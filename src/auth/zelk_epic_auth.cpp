@@ -58,10 +58,6 @@ struct LoginRequest final : PendingContext {
 
   void AnswerAfterShutdown() override;
   void End() noexcept override;
-  void Release() noexcept override {
-    End();
-    delete this;
-  }
 
   BaseParams params;
 
@@ -110,10 +106,6 @@ struct LoginClientData final : PendingContext {
     base_params_.reset();
     id_.Wipe();
     token_.Wipe();
-  }
-  void Release() noexcept override {
-    End();
-    delete this;
   }
 
   LoginOptions login_options_;         // the login mode's own attempt; null once it was issued

@@ -59,8 +59,6 @@ struct QueryFriendsContext final : PendingContext {
         is_in_game(in_game) {}
 
   void AnswerAfterShutdown() override { Fail(base_params, kResultNeedLogin, kInvalidAccount); }
-  void End() noexcept override {}
-  void Release() noexcept override { delete this; }
 
   BaseParams base_params;
   std::unique_ptr<EOS_Friends_QueryFriendsOptions> options;
@@ -116,7 +114,6 @@ struct FriendsInfoThreadContext final : PendingContext {
   void AnswerAfterShutdown() override {
     AnswerFailure(*friends_info, base_params, kResultNeedLogin, kInvalidAccount);
   }
-  void End() noexcept override {}
   void Release() noexcept override {
     this->~FriendsInfoThreadContext();
     HeapFree(GetProcessHeap(), 0, this);
@@ -150,8 +147,6 @@ struct FriendUserInfoContext final : PendingContext {
   void AnswerAfterShutdown() override {
     AnswerFailure(*friends_info, base_params, kResultNeedLogin, kInvalidAccount);
   }
-  void End() noexcept override {}
-  void Release() noexcept override { delete this; }
 
   BaseParams base_params;
   std::shared_ptr<DetailList> friends_info;
@@ -290,6 +285,17 @@ void AnswerEmptyPage(const BaseParams& params, const PersonList& page) {
   Commit(params, result);
 }
 
+// Of the list that EOS now has.
+std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
+                                              const PageRange& range) {
+  auto friends = std::make_shared<PersonList>(range.size());
+  StatusText status_text;
+  for (int64_t i = range.start; i < range.current; ++i) {
+    AppendFriend(local_user, static_cast<int32_t>(i), status_text, *friends);
+  }
+  return friends;
+}
+
 }  // namespace
 
 void EOS_CALL
@@ -310,33 +316,24 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
     const BaseParams& params = context->base_params;
     if (params.seq_id.empty()) {
       ZELK_LOG(kLogError, "NULL seqID for queryfriends");
-      return context.reset();
+      return;
     }
     const std::string account = EpicAuth::EpicAccountIdToString(data->LocalUserId);
     const std::string result = EpicAuth::EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "queryfriends complete, result:%d user id:%s msg:%s",
              static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
     if (data->ResultCode != EOS_EResult::EOS_Success) {
-      OnQueryFrinedsFailed(params, kResultThirdError, kThirdError,
-                           static_cast<int32_t>(data->ResultCode), result);
-      return context.reset();
+      return OnQueryFrinedsFailed(params, kResultThirdError, kThirdError,
+                                  static_cast<int32_t>(data->ResultCode), result);
     }
     if (EpicAuth::GetInstance()->platform() == nullptr) return EosHeld::PutBack(context.release());
     const int32_t total = FriendsCount(data->LocalUserId);
     ZELK_LOG(kLogInfo, "LocalUserId %s , friend counts:%d", account.c_str(), total);
     const PageRange range = RangeOfPage(context->page, context->count, total);
-    const auto friends = std::make_shared<PersonList>(range.size());
-    StatusText status_text;
-    for (int64_t i = range.start; i < range.current; ++i) {
-      AppendFriend(data->LocalUserId, static_cast<int32_t>(i), status_text, *friends);
-    }
-    if (friends->empty()) {
-      AnswerEmptyPage(params, *friends);
-    } else {
-      GetInstance()->QueryFirendsInfoInThread(params, friends, range.current, total,
-                                              context->is_in_game);
-    }
-    context.reset();
+    const auto friends = ListFriends(data->LocalUserId, range);
+    if (friends->empty()) return AnswerEmptyPage(params, *friends);
+    GetInstance()->QueryFirendsInfoInThread(params, friends, range.current, total,
+                                            context->is_in_game);
   };
   AtBoundary(kQueryCompleteFunction, complete, [&context] {
     if (context == nullptr) return;
@@ -546,16 +543,16 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
     if (completes_again || platform_is_gone) return EosHeld::PutBack(context.release());
     AddDetails(*context, data->ResultCode);
   };
-  // A friend that is lost keeps its page from ever being complete, so somebody has to answer the
-  // page.
-  bool lost = false;
+  // Without this friend its page will never be complete, so it is answered here, or, when not even
+  // that can be done, at the shutdown.
+  bool unanswered = false;
   AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&] {
     if (context == nullptr) return;
-    lost = true;
+    unanswered = true;
     AnswerFailure(*context->friends_info, context->base_params, kResultUnknownError, kUnknownError);
-    lost = false;
+    unanswered = false;
   });
-  if (lost) EosHeld::PutBack(context.release());
+  if (unanswered) EosHeld::PutBack(context.release());
 }
 
 }  // namespace zelk
