@@ -49,7 +49,7 @@ class EpicAuth {
   static std::string EpicProductIdToString(EOS_ProductUserId id);
   static std::string EpicEResultToString(EOS_EResult result);
   // Whatever EOS makes of the text, null and invalid handles included.
-  static EOS_EpicAccountId EpicAccountIdFromString(const char* openid);
+  static EOS_EpicAccountId EpicAccountIdFromString(std::string openid);
 
   // --- sign-in ---
 

@@ -3,7 +3,7 @@
 namespace zelk {
 namespace {
 
-// About fifty microseconds. Longer than a sleeper takes to wake up: otherwise a tick and a worker
+// Some tens of microseconds. Longer than a sleeper takes to wake up: otherwise a tick and a worker
 // that follow each other closely would put each other to sleep at every turn.
 constexpr int kLooksBeforeSleep = 50000;
 

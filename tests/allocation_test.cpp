@@ -17,6 +17,7 @@
 #include "core_contract/results.h"
 #include "plugin_test.h"
 #include "windows_standin.h"
+#include "zelk_core_standin.h"
 #include "zelk_foundation_standin.h"
 
 namespace {
@@ -243,6 +244,31 @@ TEST_P(OutOfMemory, RequestsAreAnsweredWithoutNodes) {
   }
   std::cout << "Allocation: " << number << " runs, answered without an id: " << answers_without_id
             << std::endl;
+}
+
+// A page whose last friend arrives while its worker runs, in a tick in which the core cannot take
+// an answer: what comes later is no page of friends that the first attempt has used up.
+TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotGivenHollow) {
+  SignIn();
+  static const Image core(reinterpret_cast<const void*>(&zelk::core_standin::DrainTaskQueue));
+  shortage.plugin = &core;
+  shortage.lasting = GetParam().lasting;
+  eos_standin::SetHook([](const std::string& made) {
+    constexpr std::chrono::milliseconds kLong{50};
+    if (made == "EOS_UserInfo_QueryUserInfo") std::this_thread::sleep_for(kLong);
+  });
+  QueryFriends(SeqId(1), 1, 3);
+  Tick();
+  std::this_thread::sleep_for(std::chrono::milliseconds(125));  // the third request is being made
+  shortage.seen = 0;
+  shortage.first = 1;
+  Tick();
+  shortage.first = 0;
+  EXPECT_TRUE(shortage.Struck());
+  eos_standin::SetHook(nullptr);
+  Settle();
+  Shutdown();
+  for (const zelk::PersonInfo& person : TakeResult().friends) EXPECT_FALSE(person.openid.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Shortages, OutOfMemory,

@@ -234,9 +234,9 @@ std::string EpicAuth::EpicEResultToString(EOS_EResult result) {
   return text;
 }
 
-EOS_EpicAccountId EpicAuth::EpicAccountIdFromString(const char* openid) {
-  ZELK_LOG(kLogInfo, "Call EOS_EpicAccountId_FromString, openid str:%s", openid);
-  return EOS_EpicAccountId_FromString(openid);
+EOS_EpicAccountId EpicAuth::EpicAccountIdFromString(std::string openid) {
+  ZELK_LOG(kLogInfo, "Call EOS_EpicAccountId_FromString, openid str:%s", openid.c_str());
+  return EOS_EpicAccountId_FromString(openid.c_str());
 }
 
 // --- the platform ---
@@ -793,7 +793,7 @@ void EpicAuth::OnEpicPlatfromLoginSuccess(std::string local_product_userid,
   ZELK_LOG(kLogInfo, "Call EOS_Platform_GetUserInfoInterface");
   const EOS_HUserInfo user_info = EOS_Platform_GetUserInfoInterface(epic_platform_handle_);
   if (user_info == nullptr) return OnEpicPlatfromGetUserInfoFinish(false, std::move(request));
-  const EOS_EpicAccountId account_id = EpicAccountIdFromString(epic_account_id_.c_str());
+  const EOS_EpicAccountId account_id = EpicAccountIdFromString(epic_account_id_);
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = account_id, .TargetUserId = account_id};
   ZELK_LOG(kLogInfo, "Call EOS_UserInfo_QueryUserInfoOptions");
@@ -868,7 +868,7 @@ std::string EpicAuth::CopyDisplayName() {
   EOS_UserInfo* copy = nullptr;
   EOS_EResult result = EOS_EResult::EOS_InvalidParameters;
   if (user_info != nullptr) {
-    const EOS_EpicAccountId account_id = EpicAccountIdFromString(epic_account_id_.c_str());
+    const EOS_EpicAccountId account_id = EpicAccountIdFromString(epic_account_id_);
     const EOS_UserInfo_CopyUserInfoOptions options{
         .ApiVersion = 1, .LocalUserId = account_id, .TargetUserId = account_id};
     ZELK_LOG_AS(kFinishFunction, kLogInfo, "Call EOS_UserInfo_CopyUserInfo");
@@ -926,8 +926,8 @@ void EpicAuth::Logout(const BaseParams* params) {
     result.ret_code = kResultNotInitialized;  // EOS keeps its persistent authorisation
   } else {
     if (!FetchAuthInterface()) return;
-    const EOS_Auth_LogoutOptions logout{
-        .ApiVersion = 1, .LocalUserId = EpicAccountIdFromString(epic_account_id_.c_str())};
+    const EOS_Auth_LogoutOptions logout{.ApiVersion = 1,
+                                        .LocalUserId = EpicAccountIdFromString(epic_account_id_)};
     EOS_Auth_Logout(epic_auth_handle_, &logout, nullptr, &LogoutCompleteCallbackFn);
     const EOS_Auth_DeletePersistentAuthOptions forget{.ApiVersion = 2, .RefreshToken = nullptr};
     EOS_Auth_DeletePersistentAuth(epic_auth_handle_, &forget, nullptr,

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace zelk::zelk_tp_stl_c {
@@ -36,7 +36,9 @@ class vector {
 
   // `value` may be an element of this vector.
   void push_back(const T& value) { push_back(T(value)); }
+  // `value` is no element of this vector.
   void push_back(T&& value) {
+    static_assert(std::is_nothrow_move_assignable_v<T>);
     if (end_ == end_of_capacity_) Grow();
     *end_++ = std::move(value);
   }

@@ -86,8 +86,10 @@ void AnswerSuccess(DetailList& list, const BaseParams& params, int64_t current, 
   FriendResult result(kResultSuccess);
   result.ret_msg = "success.";
   result.method_id = params.method_id;
-  result.friend_info_list = PersonList(list.friends.size());
-  for (PersonInfo& person : list.friends) result.friend_info_list.push_back(std::move(person));
+  // Moved on from here on: a page whose answer cannot be given is not complete any more.
+  PersonList friends = std::move(list.friends);
+  result.friend_info_list = PersonList(friends.size());
+  for (PersonInfo& person : friends) result.friend_info_list.push_back(std::move(person));
   JSONWriter document;
   document.StartJsonConvert();
   document.Convert("total", static_cast<unsigned long long>(total))
@@ -176,7 +178,7 @@ namespace {
 // The signed-in account as EOS knows it; null when there is none, or no platform.
 EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
   if (auth.account_id().empty() || auth.platform() == nullptr) return nullptr;
-  const EOS_EpicAccountId account_id = EpicAuth::EpicAccountIdFromString(auth.account_id().c_str());
+  const EOS_EpicAccountId account_id = EpicAuth::EpicAccountIdFromString(auth.account_id());
   if (account_id == nullptr || EOS_EpicAccountId_IsValid(account_id) == EOS_FALSE) return nullptr;
   return account_id;
 }
@@ -411,8 +413,7 @@ bool PrepareAsking(FriendsInfoThreadContext& page, AskingUser& asking) {
   }
   const EosLock::Step step;
   if (!MayGoOn(page)) return false;
-  asking.local_user =
-      EpicAuth::EpicAccountIdFromString(EpicAuth::GetInstance()->account_id().c_str());
+  asking.local_user = EpicAuth::EpicAccountIdFromString(EpicAuth::GetInstance()->account_id());
   return true;
 }
 
@@ -479,12 +480,17 @@ void EpicFriend::AnswerForWorkers() {
                     page->is_in_game);
     };
     AtBoundary("zelk::EpicFriend::AnswerForWorkers", answer, fail);
+    if (!page->friends_info->answered) {  // for want of memory: the next tick tries again
+      page->failure = kUnknownError;
+      return left_for_tick.Append(page);
+    }
     page->Release();
   }
 }
 
 // The workers find their pages answered, and stop.
 void EpicFriend::AnswerAfterShutdown() {
+  left_for_tick.AnswerAfterShutdown();
   for (PendingContext* page = workers.first(); page != nullptr; page = page->next()) {
     const auto answer = [page] { page->AnswerAfterShutdown(); };
     AtBoundary("zelk::EpicFriend::AnswerAfterShutdown", answer, answer);
@@ -500,7 +506,7 @@ struct ReleaseUserInfo {
 // Leaves the person as it is when EOS has nothing on the friend.
 void CopyDetails(FriendUserInfoContext& context) {
   const EpicAuth& auth = *EpicAuth::GetInstance();
-  const EOS_EpicAccountId local_user = EpicAuth::EpicAccountIdFromString(auth.account_id().c_str());
+  const EOS_EpicAccountId local_user = EpicAuth::EpicAccountIdFromString(auth.account_id());
   const EOS_EpicAccountId friend_id =
       EpicAuth::EpicAccountIdFromString(context.person.openid.c_str());
   const EOS_UserInfo_CopyUserInfoOptions options{

@@ -103,7 +103,8 @@ class Node {
   int32_t ResultCode() const {
     if (json_->is_number_integer()) {
       const auto code = json_->get<int64_t>();
-      if (code != static_cast<int32_t>(code)) Fail("must be a 32-bit number");
+      const bool too_large = json_->is_number_unsigned() && code < 0;
+      if (too_large || code != static_cast<int32_t>(code)) Fail("must be a 32-bit number");
       return static_cast<int32_t>(code);
     }
     const std::string name = Text();

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "core_contract/log.h"
 #include "core_contract/mmkv.h"
@@ -139,23 +140,26 @@ class Store {
     return *entries_;
   }
 
+  // Nothing is loaded before all of it is: a store that ran out of memory in between would count as
+  // an empty one, and be written so.
   void Load() {
-    entries_.emplace();
-    replaceable_ = true;
-    RemoveLeftovers(File());
+    Entries entries;
+    bool replaceable = true;
     std::error_code error;
-    if (fs::status(File(), error).type() == fs::file_type::not_found) return;
-    const std::optional<std::string> text = ReadAll(File());
-    if (!text) {
-      ZELK_LOG_ERROR("[%s] cannot be read; nothing will be stored", Utf8(File()).c_str());
-      replaceable_ = false;
-      return;
+    if (fs::status(File(), error).type() != fs::file_type::not_found) {
+      const std::optional<std::string> text = ReadAll(File());
+      if (!text) {
+        ZELK_LOG_ERROR("[%s] cannot be read; nothing will be stored", Utf8(File()).c_str());
+        replaceable = false;
+      } else if (std::optional<Entries> read = FromText(*text)) {
+        entries = std::move(*read);
+      } else {
+        replaceable = SetAside(File());
+      }
     }
-    if (std::optional<Entries> read = FromText(*text)) {
-      entries_ = std::move(read);
-    } else {
-      replaceable_ = SetAside(File());
-    }
+    entries_ = std::move(entries);
+    replaceable_ = replaceable;
+    cleared_ = false;
   }
 
   bool Save() {
@@ -166,6 +170,7 @@ class Store {
     std::error_code error;
     fs::create_directories(directory_, error);
     if (!error) error = ReplaceContents(File(), ToText(*entries_));
+    if (!std::exchange(cleared_, true)) RemoveLeftovers(File());
     if (error) {
       ZELK_LOG_ERROR("[%s] cannot be written: %s", Utf8(File()).c_str(), error.message().c_str());
     }
@@ -181,6 +186,7 @@ class Store {
   fs::path directory_ = TemporaryDirectory();
   std::optional<Entries> entries_;  // empty until first needed
   bool replaceable_ = false;        // false while the file may hold entries that were not read
+  bool cleared_ = false;            // of what killed processes left behind
 };
 
 // Never destroyed: threads may use it until the process ends.

@@ -1,6 +1,8 @@
 #include "replace_file.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 #if defined(_WIN32)
@@ -104,6 +106,16 @@ path TemporaryPrefix(const path& file) {
   return prefix;
 }
 
+// A process's own: the prefix and a number.
+bool IsLeftover(const path& file, const path& prefix) {
+  const path::string_type name = file.filename().native(), begin = prefix.filename().native();
+  if (!name.starts_with(begin) || name.size() == begin.size()) return false;
+  std::error_code ignored;
+  return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(begin.size()), name.end(),
+                     [](auto letter) { return letter >= '0' && letter <= '9'; }) &&
+         std::filesystem::is_regular_file(std::filesystem::symlink_status(file, ignored));
+}
+
 }  // namespace
 
 std::error_code ReplaceContents(const path& file, std::string_view contents) {
@@ -126,7 +138,7 @@ void RemoveLeftovers(const path& file) {
   std::error_code error;
   std::filesystem::directory_iterator entry(file.parent_path(), error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    if (!entry->path().native().starts_with(prefix.native())) continue;
+    if (!IsLeftover(entry->path(), prefix)) continue;
     std::error_code ignored;
     const file_time_type written = std::filesystem::last_write_time(entry->path(), ignored);
     if (!ignored && written < latest) std::filesystem::remove(entry->path(), ignored);
