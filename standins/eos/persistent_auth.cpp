@@ -10,7 +10,11 @@ using enum EOS_ELogLevel;
 
 constexpr const char* kFileName = "EOS_PersistentAuth.json";
 
-std::string PathOf(const Platform& platform) { return platform.cache_directory + "/" + kFileName; }
+std::string PathOf(const Platform& platform) {
+  const std::string& directory = platform.cache_directory;
+  const bool is_closed = directory.ends_with('/') || directory.ends_with('\\');
+  return directory + (is_closed ? "" : "/") + kFileName;
+}
 
 // The account of a file's text; nothing for a text that KeepPersistentAuth did not write.
 std::optional<Key> AccountIn(const std::string& text) {
