@@ -1,43 +1,19 @@
-// The commands that make one request each. All return after printing; the game keeps the exit
-// status.
+// The commands that make requests. Each plays the core and the game around the plugin, prints what
+// comes of it and returns the exit status. Throw std::exception when there is nothing to play.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
-#include "game.h"
-#include "work_recorder.h"
+#include "options.h"
 
 namespace zelk::host {
 
-struct LoginArguments {
-  std::string mode = "AccountPortal";
-  std::string id;
-  std::string password;
-  std::string code;
-  std::string permissions = kAllPermissions;
-};
-
-struct FriendsArguments {
-  int32_t page = 0;
-  int32_t count = 10;
-  bool is_in_game = false;
-};
-
-// Prints each result as an event; without it the commands tell the results in words.
-class EventPrinter final : public GameObserver {
- public:
-  void OnResult(const Game::Result& result) override;
-};
-
-// Of each, `in_words` is set when results are not printed as events.
-void Login(Game& game, const LoginArguments& arguments, bool in_words);
-void AutoLogin(Game& game, const std::string& permissions, bool in_words);
+int RunTour(const Options& options);
+int RunPlay(const Options& options);
+int RunLogin(const Options& options);
+int RunAutoLogin(const Options& options);
 
 // These two sign in automatically first, for a process that is not signed in has no friends, and
-// EOS nobody to sign out. The logout waits until EOS has forgotten the player, which `recorder`
-// tells.
-void Friends(Game& game, const FriendsArguments& arguments, bool in_words);
-void Logout(Game& game, WorkRecorder& recorder, bool in_words);
+// EOS nobody to sign out.
+int RunFriends(const Options& options);
+int RunLogout(const Options& options);
 
 }  // namespace zelk::host

@@ -27,32 +27,33 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Health { kOk, kWarning, kError };
+enum class Status { kOk, kWarning, kError };
 
-struct HealthRow {
+struct StatusRow {
   const char* word;
   Style style;
 };
-// In the order of Health.
-constexpr std::array kHealths{HealthRow{"ok", Style::kGood}, HealthRow{"warning", Style::kDoubtful},
-                              HealthRow{"error", Style::kBad}};
+// In the order of Status.
+constexpr std::array kStatuses{StatusRow{"ok", Style::kGood},
+                               StatusRow{"warning", Style::kDoubtful},
+                               StatusRow{"error", Style::kBad}};
 
 struct Finding {
-  Health health;
+  Status status;
   std::string message;
   std::string advice = {};  // what to do about it
 };
 
-Finding Ok(std::string message) { return {Health::kOk, std::move(message)}; }
+Finding Ok(std::string message) { return {Status::kOk, std::move(message)}; }
 Finding Unknown(const char* why) {
-  return {Health::kWarning, fmt::format("not checked, for {}", why)};
+  return {Status::kWarning, fmt::format("not checked, for {}", why)};
 }
 Finding Error(std::string message, std::string advice) {
-  return {Health::kError, std::move(message), std::move(advice)};
+  return {Status::kError, std::move(message), std::move(advice)};
 }
 
 // What the checks look at; an earlier one may fill in what a later one needs.
-struct Patient {
+struct Installation {
   const Options& options;
   const fs::path plugin_file = fs::absolute(PluginFile(options)).make_preferred();
   const fs::path state_directory = fs::absolute(StateDirectory(options)).make_preferred();
@@ -76,8 +77,8 @@ std::string List(std::vector<std::string> texts) {
 // In bytes, as EOS counts. A product name beyond it makes EOS refuse to start.
 constexpr std::size_t kLongestProductName = 64;
 
-Finding CheckConfiguration(Patient& patient) {
-  const std::string& file = patient.options.config;
+Finding CheckConfiguration(Installation& installation) {
+  const std::string& file = installation.options.config;
   const std::string problem = UseConfig(file);
   if (!problem.empty()) return Error(problem, "host/config.example.json shows how it must look");
   std::vector<std::string> missing;
@@ -98,14 +99,14 @@ Finding CheckConfiguration(Patient& patient) {
 
 // --- the plugin ---
 
-Finding CheckPlugin(Patient& patient) {
+Finding CheckPlugin(Installation& installation) {
   try {
-    patient.plugin.emplace(LoadPluginFile(patient.plugin_file));
-    return Ok(Utf8FromPath(patient.plugin_file));
+    installation.plugin.emplace(LoadPluginFile(installation.plugin_file));
+    return Ok(Utf8FromPath(installation.plugin_file));
   } catch (const std::runtime_error& error) {
     std::error_code ignored;
     return Error(error.what(),
-                 fs::is_regular_file(patient.plugin_file, ignored)
+                 fs::is_regular_file(installation.plugin_file, ignored)
                      ? "it must be built for this system, and what it needs must lie beside it"
                      : "build it, or name it with --plugin FILE");
   }
@@ -113,14 +114,14 @@ Finding CheckPlugin(Patient& patient) {
 
 constexpr char kNoPlugin[] = "the plugin cannot be loaded";
 
-Finding CheckExports(Patient& patient) {
-  if (!patient.plugin.has_value()) return Unknown(kNoPlugin);
+Finding CheckExports(Installation& installation) {
+  if (!installation.plugin.has_value()) return Unknown(kNoPlugin);
   std::vector<std::string> names(kEntryPointNames.begin(), kEntryPointNames.end());
   names.emplace_back(kSendMessageName);
   const std::size_t all = names.size();
   std::erase_if(names, [&](const std::string& name) {
-    void* const symbol = patient.plugin->Find(name.c_str());
-    return symbol != nullptr && fs::equivalent(FileOf(symbol), patient.plugin_file);
+    void* const symbol = installation.plugin->Find(name.c_str());
+    return symbol != nullptr && fs::equivalent(FileOf(symbol), installation.plugin_file);
   });
   if (names.empty()) return Ok(fmt::format("all {} are exported", all));
   return Error("missing: " + List(names),
@@ -128,68 +129,69 @@ Finding CheckExports(Patient& patient) {
                                    : "build the plugin anew, with the compiler of this program");
 }
 
-Finding CheckImports(Patient& patient) {
-  const std::vector<std::string> missing = MissingImports(patient.plugin_file);
+Finding CheckImports(Installation& installation) {
+  const std::vector<std::string> missing = MissingImports(installation.plugin_file);
   if (!missing.empty()) {
     return Error("missing: " + List(missing),
                  "replace these libraries by the versions that the plugin was built against");
   }
-  if (!patient.plugin.has_value()) return Unknown(kNoPlugin);
+  if (!installation.plugin.has_value()) return Unknown(kNoPlugin);
   return Ok("the libraries have all that the plugin asks for");
 }
 
 // --- the libraries ---
 
-void* EosSymbol(const Patient& patient, const char* name) {
-  if (patient.eos.has_value()) return patient.eos->Find(name);
-  void* const symbol = patient.plugin.has_value() ? patient.plugin->Find(name) : nullptr;
+void* EosSymbol(const Installation& installation, const char* name) {
+  if (installation.eos.has_value()) return installation.eos->Find(name);
+  void* const symbol = installation.plugin.has_value() ? installation.plugin->Find(name) : nullptr;
   return symbol != nullptr ? symbol : FindLoaded(kEosLibrary, name);
 }
 
-std::string EosVersion(const Patient& patient) {
-  if (EosSymbol(patient, kCheckWorld) != nullptr) return "the stand-in";
-  void* const symbol = EosSymbol(patient, "EOS_GetVersion");
+std::string EosVersion(const Installation& installation) {
+  if (EosSymbol(installation, kCheckWorld) != nullptr) return "the stand-in";
+  void* const symbol = EosSymbol(installation, "EOS_GetVersion");
   if (symbol == nullptr) return "without a version";
   const char* const version = reinterpret_cast<const char* (*)()>(symbol)();
   return fmt::format("version {}", version != nullptr ? version : "unknown");
 }
 
 // When the plugin did not bring EOS along, the file beside the plugin is tried by itself.
-Finding CheckEos(Patient& patient) try {
+Finding CheckEos(Installation& installation) try {
   constexpr char kAnyCall[] = "EOS_Initialize";
-  const fs::path beside = fs::path(patient.plugin_file).replace_filename(kEosLibrary);
-  if (EosSymbol(patient, kAnyCall) == nullptr) {
+  const fs::path beside = fs::path(installation.plugin_file).replace_filename(kEosLibrary);
+  if (EosSymbol(installation, kAnyCall) == nullptr) {
+    if (!fs::exists(installation.plugin_file)) return Unknown("there is no plugin file");
     if (!fs::exists(beside)) return Error(Utf8FromPath(beside) + " is not there", "put it there");
-    patient.eos.emplace(beside);
+    installation.eos.emplace(beside);
   }
-  void* const symbol = EosSymbol(patient, kAnyCall);
+  void* const symbol = EosSymbol(installation, kAnyCall);
   if (symbol == nullptr) {
     return Error(Utf8FromPath(beside) + " is not the EOS library", "put EOS's own file there");
   }
-  patient.has_eos = true;
-  return Ok(fmt::format("{}, {}", Utf8FromPath(FileOf(symbol)), EosVersion(patient)));
+  installation.has_eos = true;
+  return Ok(fmt::format("{}, {}", Utf8FromPath(FileOf(symbol)), EosVersion(installation)));
 } catch (const std::runtime_error& error) {
   return Error(fmt::format("{}: {}", kEosLibrary, error.what()),
                "take the one for this system from the SDK that the plugin was built against");
 }
 
 // A library that this program had loaded before the plugin came: the plugin gets the same.
-Finding SharedWithPlugin(const Patient& patient, const void* symbol) {
+Finding SharedWithPlugin(const Installation& installation, const void* symbol) {
   const fs::path loaded = FileOf(symbol);
-  const fs::path beside = fs::path(patient.plugin_file).replace_filename(loaded.filename());
+  const fs::path beside = fs::path(installation.plugin_file).replace_filename(loaded.filename());
   std::error_code error;
   const bool is_other = fs::exists(beside, error) && !fs::equivalent(loaded, beside, error);
   if (!is_other) return Ok(Utf8FromPath(loaded));
-  return {Health::kWarning, fmt::format("{}, not {}", Utf8FromPath(loaded), Utf8FromPath(beside)),
+  return {Status::kWarning, fmt::format("{}, not {}", Utf8FromPath(loaded), Utf8FromPath(beside)),
           "to use the plugin's own, run the program that lies beside it"};
 }
 
-Finding CheckCore(Patient& patient) {
-  return SharedWithPlugin(patient, reinterpret_cast<const void*>(&Config::GetString));
+Finding CheckCore(Installation& installation) {
+  return SharedWithPlugin(installation, reinterpret_cast<const void*>(&Config::GetString));
 }
 
-Finding CheckFoundation(Patient& patient) {
-  return SharedWithPlugin(patient, reinterpret_cast<const void*>(&Log::GetInstance));
+Finding CheckFoundation(Installation& installation) {
+  return SharedWithPlugin(installation, reinterpret_cast<const void*>(&Log::GetInstance));
 }
 
 // --- what is kept on disk ---
@@ -215,34 +217,37 @@ Finding CheckDirectory(const fs::path& directory) {
   const std::string problem = fs::is_directory(existing, error)
                                   ? WhyNotWritable(existing)
                                   : Utf8FromPath(existing) + " is no directory";
-  if (!problem.empty()) return Error(problem, "let it be written, or name another by --state-dir");
+  if (!problem.empty())
+    return Error(problem, "make it writable, or choose another with --state-dir");
   const std::string name = Utf8FromPath(directory);
   return Ok(existing == directory ? name : name + ", will be made by the first sign-in");
 }
 
-Finding CheckStateDirectory(Patient& patient) { return CheckDirectory(patient.state_directory); }
-
-Finding CheckEosDirectory(Patient& patient) {
-  return CheckDirectory(EosDirectory(patient.state_directory));
+Finding CheckStateDirectory(Installation& installation) {
+  return CheckDirectory(installation.state_directory);
 }
 
-Finding CheckStore(Patient& patient) {
-  const fs::path file = patient.state_directory / foundation_standin::kStoreFileName;
+Finding CheckEosDirectory(Installation& installation) {
+  return CheckDirectory(EosDirectory(installation.state_directory));
+}
+
+Finding CheckStore(Installation& installation) {
+  const fs::path file = installation.state_directory / foundation_standin::kStoreFileName;
   const std::string name = Utf8FromPath(file);
-  const std::string problem = foundation_standin::CheckStore(patient.state_directory);
-  patient.has_store = problem.empty();
+  const std::string problem = foundation_standin::CheckStore(installation.state_directory);
+  installation.has_store = problem.empty();
   std::error_code ignored;
   if (problem.empty()) return Ok(fs::exists(file, ignored) ? name : name + ", not there yet");
   return Error(fmt::format("{} {}", name, problem),
                problem == "is damaged"
                    ? "put a copy back, or sign in again: that sets it aside and begins a new one"
-                   : "let it be read, or move it away: nothing is kept until then");
+                   : "make it readable, or move it away: nothing is kept until then");
 }
 
-Finding CheckSignIn(Patient& patient) {
+Finding CheckSignIn(Installation& installation) {
   constexpr char kStoredParameters[] = "epic_login_extra_json";
-  if (!patient.has_store) return Unknown("the store cannot be read");
-  foundation_standin::SetStoreDirectory(patient.state_directory);
+  if (!installation.has_store) return Unknown("the store cannot be read");
+  foundation_standin::SetStoreDirectory(installation.state_directory);
   std::string parameters;
   if (!MMKV::defaultMMKV(kMmkvSingleProcess, nullptr)->getString(kStoredParameters, parameters)) {
     return Ok("none is kept; \"login\" makes one");
@@ -251,17 +256,17 @@ Finding CheckSignIn(Patient& patient) {
   return Ok("kept, of the login mode " + (mode.is_string() ? mode.get<std::string>() : "unknown"));
 }
 
-Finding CheckWorldFile(Patient& patient) {
-  const std::string& file = patient.options.world;
+Finding CheckWorldFile(Installation& installation) {
+  const std::string& file = installation.options.world;
   if (file.empty()) return Ok("none is given");
-  if (!patient.has_eos) return Unknown("the EOS library cannot be loaded");
-  const std::string problem = CheckWorld(EosSymbol(patient, kCheckWorld), file);
+  if (!installation.has_eos) return Unknown("the EOS library cannot be loaded");
+  const std::string problem = CheckWorld(EosSymbol(installation, kCheckWorld), file);
   return problem.empty() ? Ok(file) : Error(problem, "mend the file, or leave --world out");
 }
 
 struct CheckRow {
   const char* name;
-  Finding (*check)(Patient&);
+  Finding (*check)(Installation&);
 };
 
 constexpr std::array kChecks{
@@ -280,15 +285,15 @@ constexpr std::array kChecks{
 };
 
 // A check that cannot be made is an error too, and no reason to stop.
-Finding Run(const CheckRow& row, Patient& patient) try {
-  return row.check(patient);
+Finding Run(const CheckRow& row, Installation& installation) try {
+  return row.check(installation);
 } catch (const std::exception& error) {
   return Error(error.what(), "the check could not be made");
 }
 
 void PrintWords(const char* name, const Finding& finding) {
   constexpr int kStatusWidth = 9, kNameWidth = 20;
-  const auto& [word, style] = kHealths[static_cast<std::size_t>(finding.health)];
+  const auto& [word, style] = kStatuses[static_cast<std::size_t>(finding.status)];
   std::string text = Styled(style, fmt::format("{:<{}}", word, kStatusWidth)) +
                      fmt::format("{:<{}}{}\n", name, kNameWidth, Printable(finding.message));
   if (!finding.advice.empty()) {
@@ -298,7 +303,7 @@ void PrintWords(const char* name, const Finding& finding) {
 }
 
 void PrintJson(const char* name, const Finding& finding) {
-  const char* const word = kHealths[static_cast<std::size_t>(finding.health)].word;
+  const char* const word = kStatuses[static_cast<std::size_t>(finding.status)].word;
   const std::string advice = finding.advice.empty() ? "" : "; " + finding.advice;
   PrintEvent({{"event", "check"},
               {"name", name},
@@ -309,14 +314,14 @@ void PrintJson(const char* name, const Finding& finding) {
 }  // namespace
 
 int RunDoctor(const Options& options) {
-  Patient patient{options};
-  Health worst = Health::kOk;
+  Installation installation{options};
+  Status worst = Status::kOk;
   for (const CheckRow& row : kChecks) {
-    const Finding finding = Run(row, patient);
-    worst = std::max(worst, finding.health);
+    const Finding finding = Run(row, installation);
+    worst = std::max(worst, finding.status);
     (options.json ? PrintJson : PrintWords)(row.name, finding);
   }
-  return worst == Health::kError ? 1 : 0;
+  return worst == Status::kError ? 1 : 0;
 }
 
 }  // namespace zelk::host

@@ -5,7 +5,7 @@
 
 namespace zelk::host {
 
-// Prints one line for each check. Calls nothing of the plugin, and leaves the disk as it was.
+// Prints one line for each check. Makes no request, and leaves the disk as it was.
 // Returns 0, or 1 when something is wrong.
 int RunDoctor(const Options& options);
 

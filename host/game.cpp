@@ -18,9 +18,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kFrame{1};
 
-// Five minutes at least: the player may have to type a password into a browser.
-constexpr int32_t kPatienceTicks = 300'000;
-
 using Call = void (*)(const PluginLibrary&, const Request&);
 
 struct EntryPointRow {
@@ -156,6 +153,11 @@ std::optional<Game::Result> Game::Ask(const Request& request) {
   Issue(request);
   Drain(kPatienceTicks);
   return last_answer_;
+}
+
+std::optional<Game::Result> Game::AskAgain(const Request& request) {
+  failed_ = false;
+  return Ask(request);
 }
 
 void Game::Shutdown() {

@@ -25,6 +25,9 @@ struct Request {
   bool is_in_game = false;
 };
 
+// Five minutes at least: the player may have to type a password into a browser.
+inline constexpr int32_t kPatienceTicks = 300'000;
+
 // The requests of a player.
 inline constexpr char kAllPermissions[] = "basic_profile,friends_list,presence";
 Request SignIn(const std::string& seq_id, const std::string& extra_json,
@@ -66,6 +69,9 @@ class Game {
 
   // Issues and drains, with a person's patience. Without a value the request stayed unanswered.
   std::optional<Result> Ask(const Request& request);
+
+  // Asks once more; that the last answer was a failure no longer counts.
+  std::optional<Result> AskAgain(const Request& request);
 
   // May be called again.
   void Shutdown();

@@ -1,8 +1,13 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <limits>
+#include <sstream>
+
+#include "commands.h"
+#include "doctor.h"
 
 namespace zelk::host {
 namespace {
@@ -20,62 +25,6 @@ Exit status: 0 every request succeeded, 1 one failed or stayed unanswered, 2 bad
 
 constexpr char kGeneralOptions[] =
     "\nThe options of every command, such as --json and --state-dir: zelk_epic_host --help";
-
-struct ExamplesRow {
-  const char* command;
-  const char* examples;
-};
-
-constexpr std::array kCommandExamples{
-    ExamplesRow{"tour", R"(Examples:
-  zelk_epic_host tour
-  zelk_epic_host tour --diagram tour.mmd
-  zelk_epic_host tour --world world.json --json
-)"},
-    ExamplesRow{"login", R"(Examples:
-  zelk_epic_host login
-  zelk_epic_host login --mode IDPassword --id player --password secret
-  zelk_epic_host login --mode DevAuth --id localhost:6547 --password player
-  zelk_epic_host login --mode ExchangeCode --code CODE --permissions basic_profile
-  zelk_epic_host login --diagram login.mmd --log login.log
-)"},
-    ExamplesRow{"auto-login", R"(Examples:
-  zelk_epic_host auto-login
-  zelk_epic_host auto-login --permissions basic_profile --json
-)"},
-    ExamplesRow{"friends", R"(Examples:
-  zelk_epic_host friends
-  zelk_epic_host friends --page 2 --count 10
-  zelk_epic_host friends --json
-)"},
-    ExamplesRow{"logout", R"(Examples:
-  zelk_epic_host logout
-  zelk_epic_host logout --log -
-)"},
-    ExamplesRow{"play",
-                R"(A line is a call with its arguments; what a line leaves out is empty, 0 or false:
-  {"call":"login","method_id":102,"seq_id":"s1","extra_json":"{\"LoginMode\":\"AccountPortal\"}"}
-  {"call":"drain"}
-The calls: login, auto_login, friends, logout, update, drain, shutdown.
-
-Examples:
-  zelk_epic_host play script.jsonl
-  zelk_epic_host play - < script.jsonl
-  zelk_epic_host play script.jsonl --log - --log-level warning
-  zelk_epic_host play script.jsonl --diagram script.mmd
-)"},
-    ExamplesRow{
-        "doctor",
-        R"(Looks at the configuration, the plugin, the libraries, the state directory and the world, and says
-what to do about what is wrong. Calls nothing and keeps everything as it is.
-Exit status: 0 nothing is wrong, 1 something is, 2 bad arguments.
-
-Examples:
-  zelk_epic_host doctor
-  zelk_epic_host doctor --config game.json --plugin build/release/bin/libZELKEpic.so
-  zelk_epic_host doctor --json
-)"},
-};
 
 std::string NotEmpty(const std::string& text) { return text.empty() ? "must not be empty" : ""; }
 
@@ -116,60 +65,186 @@ void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_flag("--json", options.json, "Print results as JSON lines");
 }
 
-void AddPermissions(CLI::App& command, std::string& permissions) {
+std::string NotPermissions(const std::string& text) {
+  const std::string all = kAllPermissions;
+  std::istringstream words(text);
+  for (std::string word; std::getline(words, word, ',');) {
+    if (("," + all + ",").find("," + word + ",") == std::string::npos) {
+      return '"' + word + "\" is none of " + all;
+    }
+  }
+  return "";
+}
+
+void AddPermissions(CLI::App& command, Options& options) {
   command
-      .add_option("--permissions", permissions,
+      .add_option("--permissions", options.login.permissions,
                   "Of basic_profile, friends_list, presence; all three by default")
+      ->check(NotPermissions)
       ->type_name("WORDS");
 }
 
-void AddLogin(CLI::App& app, LoginArguments& login) {
-  CLI::App& command = *app.add_subcommand("login", "Sign in");
+struct LoginMode {
+  const char* name;
+  bool has_account;  // --id and --password
+  bool has_code;
+};
+constexpr std::array kLoginModes{
+    LoginMode{"AccountPortal", false, false}, LoginMode{"IDPassword", true, false},
+    LoginMode{"DevAuth", true, false},        LoginMode{"ExchangeCode", false, true},
+    LoginMode{"PinGrant", false, false},
+};
+
+std::vector<std::string> LoginModeNames() {
+  std::vector<std::string> names;
+  for (const LoginMode& mode : kLoginModes) names.emplace_back(mode.name);
+  return names;
+}
+
+// What a mode needs is there, and nothing else.
+void CheckLogin(const LoginArguments& login) {
+  const LoginMode& mode =
+      *std::find_if(kLoginModes.begin(), kLoginModes.end(),
+                    [&login](const LoginMode& row) { return row.name == login.mode; });
+  const auto check = [&mode](const char* option, const std::string& value, bool is_needed) {
+    const std::string of_mode = std::string("--mode ") + mode.name;
+    if (is_needed && value.empty()) {
+      throw CLI::ValidationError(of_mode, std::string("needs ") + option);
+    }
+    if (!is_needed && !value.empty()) throw CLI::ValidationError(option, "not for " + of_mode);
+  };
+  check("--id", login.id, mode.has_account);
+  check("--password", login.password, mode.has_account);
+  check("--code", login.code, mode.has_code);
+}
+
+void AddLogin(CLI::App& command, Options& options) {
+  LoginArguments& login = options.login;
   command
       .add_option("--mode", login.mode,
                   "AccountPortal by default, or IDPassword, DevAuth, ExchangeCode, PinGrant")
-      ->check(CLI::IsMember({"IDPassword", "DevAuth", "ExchangeCode", "PinGrant", "AccountPortal"})
-                  .description(""))
+      ->check(CLI::IsMember(LoginModeNames()).description(""))
       ->type_name("MODE");
-  command.add_option("--id", login.id, "For IDPassword and DevAuth");
-  command.add_option("--password", login.password, "For IDPassword and DevAuth");
-  command.add_option("--code", login.code, "For ExchangeCode");
-  AddPermissions(command, login.permissions);
+  command.add_option("--id", login.id, "For IDPassword and DevAuth")->check(NotEmpty);
+  command.add_option("--password", login.password, "For IDPassword and DevAuth")->check(NotEmpty);
+  command.add_option("--code", login.code, "For ExchangeCode")->check(NotEmpty);
+  AddPermissions(command, options);
+  command.callback([&login] { CheckLogin(login); });
 }
 
-void AddFriends(CLI::App& app, FriendsArguments& friends) {
-  CLI::App& command = *app.add_subcommand("friends", "Sign in automatically and list friends");
-  command.add_option("--page", friends.page, "From 1; 0 is all friends")
-      ->check(CLI::Range(0, kMost).description(""))
-      ->capture_default_str();
-  command.add_option("--count", friends.count, "Friends per page")
-      ->check(CLI::Range(1, kMost).description(""))
-      ->capture_default_str();
+// Who counts wants a page.
+void AddFriends(CLI::App& command, Options& options) {
+  FriendsArguments& friends = options.friends;
+  const CLI::Option* page = command
+                                .add_option("--page", friends.page,
+                                            "From 1; 0 is all friends, the default without --count")
+                                ->check(CLI::Range(0, kMost).description(""))
+                                ->type_name("N");
+  const CLI::Option* count =
+      command.add_option("--count", friends.count, "Friends per page; 10 by default")
+          ->check(CLI::Range(1, kMost).description(""))
+          ->type_name("N");
   command.add_flag("--in-game", friends.is_in_game, "Handed back in the result");
+  command.callback([&friends, page, count] {
+    if (page->count() == 0 && count->count() > 0) friends.page = 1;
+  });
 }
 
-void AddCommands(CLI::App& app, Options& options) {
-  app.add_subcommand("tour", "Show everything that the plugin does");
-  app.add_flag("--next-process", options.next_process)->group("");
-  AddLogin(app, options.login);
-  AddPermissions(*app.add_subcommand("auto-login", "Sign in from what the last login left behind"),
-                 options.auto_permissions);
-  AddFriends(app, options.friends);
-  app.add_subcommand("logout", "Sign in automatically, sign out and forget");
-  app.add_subcommand("play", "Drive the plugin by JSON lines")
-      ->add_option("FILE", options.script, "The script; - is standard input")
+void AddTour(CLI::App& command, Options& options) {
+  command.add_flag("--next-process", options.next_process,
+                   "Only its last part, after a tour with this --state-dir");
+}
+
+void AddPlay(CLI::App& command, Options& options) {
+  command.add_option("FILE", options.script, "The script; - is standard input")
       ->check(NotEmpty)
       ->type_name("")
       ->required();
-  app.add_subcommand("doctor", "Look for what keeps the plugin from working");
 }
 
-void DescribeCommands(CLI::App& app) {
-  for (const ExamplesRow& row : kCommandExamples) {
-    CLI::App& command = *app.get_subcommand(row.command);
+void AddDoctor(CLI::App& command, Options& options) {
+  command.callback([&options] {
+    if (options.diagram.empty()) return;
+    throw CLI::ValidationError("--diagram", "the doctor makes no requests to draw");
+  });
+}
+
+void AddNothing(CLI::App&, Options&) {}
+
+struct CommandRow {
+  const char* name;
+  const char* description;
+  void (*add_options)(CLI::App&, Options&);
+  int (*run)(const Options&);
+  const char* examples;
+};
+
+constexpr std::array kCommands{
+    CommandRow{"tour", "Show everything that the plugin does", &AddTour, &RunTour, R"(Examples:
+  zelk_epic_host tour
+  zelk_epic_host tour --diagram tour.mmd
+  zelk_epic_host tour --world world.json --json
+)"},
+    CommandRow{
+        "login", "Sign in", &AddLogin, &RunLogin,
+        R"(EOS is asked first with what it kept of the last sign-in: log out to sign in another player.
+
+Examples:
+  zelk_epic_host login
+  zelk_epic_host login --mode IDPassword --id player --password secret
+  zelk_epic_host login --mode DevAuth --id localhost:6547 --password player
+  zelk_epic_host login --mode ExchangeCode --code CODE --permissions basic_profile
+  zelk_epic_host login --diagram login.mmd --log login.log
+)"},
+    CommandRow{"auto-login", "Sign in from what the last login left behind", &AddPermissions,
+               &RunAutoLogin, R"(Examples:
+  zelk_epic_host auto-login
+  zelk_epic_host auto-login --permissions basic_profile --json
+)"},
+    CommandRow{"friends", "Sign in automatically and list friends", &AddFriends, &RunFriends,
+               R"(Examples:
+  zelk_epic_host friends
+  zelk_epic_host friends --page 2 --count 10
+  zelk_epic_host friends --json
+)"},
+    CommandRow{"logout", "Sign in automatically, sign out and forget", &AddNothing, &RunLogout,
+               R"(Examples:
+  zelk_epic_host logout
+  zelk_epic_host logout --log -
+)"},
+    CommandRow{"play", "Drive the plugin by JSON lines", &AddPlay, &RunPlay,
+               R"(A line is a call with its arguments; what a line leaves out is empty, 0 or false:
+  {"call":"login","method_id":102,"seq_id":"s1","extra_json":"{\"LoginMode\":\"AccountPortal\"}"}
+  {"call":"drain"}
+The calls: login, auto_login, friends, logout, update, drain, shutdown.
+
+Examples:
+  zelk_epic_host play script.jsonl
+  zelk_epic_host play - < script.jsonl
+  zelk_epic_host play script.jsonl --log - --log-level warning
+  zelk_epic_host play script.jsonl --diagram script.mmd
+)"},
+    CommandRow{
+        "doctor", "Look for what keeps the plugin from working", &AddDoctor, &RunDoctor,
+        R"(Looks at the configuration, the plugin, the libraries, the state directory and the world, and says
+what to do about what is wrong. Makes no request, and leaves everything as it was.
+Exit status: 0 nothing is wrong, 1 something is, 2 bad arguments.
+
+Examples:
+  zelk_epic_host doctor
+  zelk_epic_host doctor --config game.json --plugin build/release/bin/libZELKEpic.so
+  zelk_epic_host doctor --json
+)"},
+};
+
+void AddCommands(CLI::App& app, Options& options) {
+  for (const CommandRow& row : kCommands) {
+    CLI::App& command = *app.add_subcommand(row.name, row.description);
+    row.add_options(command, options);
     command.footer(std::string(row.examples) + kGeneralOptions);
     command.group("Commands");
     command.fallthrough();
+    command.preparse_callback([&options, run = row.run](std::size_t) { options.run = run; });
   }
   app.footer(kExamples);
   app.require_subcommand(0, 1);
@@ -181,20 +256,21 @@ void DescribeCommands(CLI::App& app) {
 const std::map<std::string, LogLevel> kLogLevels{
     {"info", kLogInfo}, {"warning", kLogWarning}, {"error", kLogError}};
 
-std::optional<int> ReadOptions(const std::vector<std::string>& arguments, Options& options) {
+std::optional<int> ReadOptions(Options& options) {
   CLI::App app("Plays the core and the game around the Epic channel plugin.", "zelk_epic_host");
   app.set_version_flag("--version", "zelk_epic_host " ZELK_HOST_VERSION);
   AddFileOptions(app, options);
   AddOutputOptions(app, options);
   AddCommands(app, options);
-  DescribeCommands(app);
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-    if (app.get_subcommands().empty()) throw CLI::RequiredError("A command");
-    options.command = app.get_subcommands().front()->get_name();
-    if (options.command == "doctor" && !options.diagram.empty()) {
-      throw CLI::ValidationError("--diagram", "the doctor makes no requests to draw");
-    }
+    app.parse(std::vector<std::string>(options.arguments.rbegin(), options.arguments.rend()));
+    if (options.run == nullptr) throw CLI::RequiredError("A command");
+  } catch (const CLI::ExtrasError&) {
+    // The parser names them from the last to the first.
+    std::vector<std::string> extras = app.remaining(true);
+    std::reverse(extras.begin(), extras.end());
+    app.exit(CLI::ExtrasError(std::move(extras)));
+    return kBadInput;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : kBadInput;
   }

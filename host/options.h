@@ -1,18 +1,33 @@
 // The command line.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "commands.h"
 #include "core_contract/log.h"
+#include "game.h"
 
 namespace zelk::host {
 
 // The status of a bad command line or bad input.
 inline constexpr int kBadInput = 2;
+
+struct LoginArguments {
+  std::string mode = "AccountPortal";
+  std::string id;
+  std::string password;
+  std::string code;
+  std::string permissions = kAllPermissions;  // of an automatic login too
+};
+
+struct FriendsArguments {
+  int32_t page = 0;
+  int32_t count = 10;
+  bool is_in_game = false;
+};
 
 struct Options {
   std::string plugin;
@@ -24,18 +39,18 @@ struct Options {
   std::string diagram;
   bool json = false;
 
-  std::string command;
+  std::vector<std::string> arguments;    // all of them, as they were given
+  int (*run)(const Options&) = nullptr;  // the command; returns the exit status
   LoginArguments login;
-  std::string auto_permissions = kAllPermissions;
   FriendsArguments friends;
-  std::string script;
+  std::string script;         // of a play, else ""
   bool next_process = false;  // of a tour
 };
 
 extern const std::map<std::string, LogLevel> kLogLevels;
 
-// Reads `arguments`. With a value there is nothing left to do: help was asked for or something is
-// wrong, it was printed, and the value is the exit status.
-std::optional<int> ReadOptions(const std::vector<std::string>& arguments, Options& options);
+// Reads `options.arguments`. With a value there is nothing left to do: help was asked for or
+// something is wrong, it was printed, and the value is the exit status.
+std::optional<int> ReadOptions(Options& options);
 
 }  // namespace zelk::host

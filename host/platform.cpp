@@ -21,15 +21,6 @@ extern char** environ;
 
 namespace zelk::host {
 
-std::filesystem::path PathFromUtf8(const std::string& text) {
-  return std::filesystem::path(std::u8string(text.begin(), text.end()));
-}
-
-std::string Utf8FromPath(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return std::string(text.begin(), text.end());
-}
-
 std::filesystem::path DefaultPluginFile() {
 #if defined(_WIN32)
   return OwnExecutable().replace_filename("ZELKEpic.dll");

@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace zelk::host {
+#include "utf8_path.h"
 
-std::filesystem::path PathFromUtf8(const std::string& text);
-std::string Utf8FromPath(const std::filesystem::path& path);
+namespace zelk::host {
 
 // The arguments without the program's name.
 std::vector<std::string> Arguments(int argc, char** argv);

@@ -4,20 +4,18 @@
 #include <string>
 #include <system_error>
 
+#include "utf8_path.h"
+
 namespace zelk::host {
 namespace {
-
-std::string Text(const std::filesystem::path& file) {
-  const std::u8string text = file.u8string();
-  return std::string(text.begin(), text.end());
-}
 
 // The export `name`, whatever the type of the pointer that it goes to.
 class Export {
  public:
   Export(const SharedLibrary& library, const std::filesystem::path& file, const char* name)
       : symbol_(library.Find(name)) {
-    if (symbol_ == nullptr) throw std::runtime_error(Text(file) + ": no export \"" + name + "\"");
+    if (symbol_ == nullptr)
+      throw std::runtime_error(Utf8FromPath(file) + ": no export \"" + name + "\"");
   }
 
   template <class Function>
@@ -36,7 +34,10 @@ SharedLibrary LoadPluginFile(const std::filesystem::path& file) try {
   if (!std::filesystem::exists(file, error)) throw std::runtime_error("there is no such file");
   return SharedLibrary(std::filesystem::absolute(file).make_preferred());
 } catch (const std::runtime_error& error) {
-  throw std::runtime_error(Text(file) + ": the plugin cannot be loaded: " + error.what());
+  std::string problem = error.what();
+  const std::string name = Utf8FromPath(std::filesystem::absolute(file)) + ": ";
+  if (problem.starts_with(name)) problem.erase(0, name.size());
+  throw std::runtime_error(Utf8FromPath(file) + ": the plugin cannot be loaded: " + problem);
 }
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)

@@ -30,12 +30,13 @@ std::filesystem::path EosDirectory(const std::filesystem::path& state_directory)
   return state_directory / "eos";
 }
 
-void UseStateDirectory(const std::filesystem::path& directory) {
-  std::error_code ignored;
+std::string UseStateDirectory(const std::filesystem::path& directory) {
+  std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(directory);
-  std::filesystem::create_directories(EosDirectory(absolute), ignored);
+  std::filesystem::create_directories(EosDirectory(absolute), error);
   foundation_standin::SetStoreDirectory(absolute);
   SetTemporaryDirectory(EosDirectory(absolute));
+  return error ? fmt::format("{}: {}", Utf8FromPath(directory), error.message()) : "";
 }
 
 std::string CheckWorld(void* check_world, const std::string& file) {
@@ -47,13 +48,23 @@ std::string CheckWorld(void* check_world, const std::string& file) {
   return check(file.c_str(), message.data(), size) == 0 ? "" : message.data();
 }
 
+namespace {
+
+PluginLibrary LoadPluginLibrary(const std::filesystem::path& file) try {
+  return PluginLibrary(file);
+} catch (const std::runtime_error& error) {
+  throw std::runtime_error(std::string(error.what()) + "\nzelk_epic_host doctor says more");
+}
+
+}  // namespace
+
 PluginLibrary LoadPlugin(const Options& options) {
   const auto refuse = [](const std::string& problem) {
     if (!problem.empty()) throw std::runtime_error(problem);
   };
   refuse(UseConfig(options.config));
   if (!options.world.empty()) SetEnvironment("ZELK_EOS_WORLD", PathFromUtf8(options.world));
-  PluginLibrary plugin(PluginFile(options));
+  PluginLibrary plugin = LoadPluginLibrary(PluginFile(options));
   if (!options.world.empty()) refuse(CheckWorld(plugin.Find(kCheckWorld), options.world));
   return plugin;
 }

@@ -37,9 +37,9 @@ std::filesystem::path PluginFile(const Options& options);
 std::filesystem::path StateDirectory(const Options& options);
 std::filesystem::path EosDirectory(const std::filesystem::path& state_directory);
 
-// Before the plugin is loaded. A directory that cannot be made is for the foundation and EOS to
-// report.
-void UseStateDirectory(const std::filesystem::path& directory);
+// Before the plugin is loaded. Returns "" or why the directory cannot be made; sign-ins are then
+// possible, but not kept.
+std::string UseStateDirectory(const std::filesystem::path& directory);
 
 // The function by which an EOS library that plays worlds checks one, and what it says: "" or what
 // is wrong.

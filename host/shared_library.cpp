@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "utf8_path.h"
+
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -13,18 +15,13 @@ namespace {
 
 #if defined(_WIN32)
 
-std::string Utf8(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return std::string(text.begin(), text.end());
-}
-
 // The system's message without the line end that it comes with; "%1" in it stands for the file.
 std::string LoadError() {
   const DWORD code = GetLastError();
   wchar_t text[512] = L"";
   FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text,
                  static_cast<DWORD>(std::size(text)), nullptr);
-  std::string message = Utf8(text);
+  std::string message = Utf8FromPath(text);
   if (const auto name = message.find("%1"); name != std::string::npos) {
     message.replace(name, 2, "this file");
   }

@@ -58,7 +58,7 @@ void PrintWork(const std::vector<Work>& work) {
 struct Details {
   std::string operator()(const BaseResult&) const { return ""; }
   std::string operator()(const AuthPluginResult& result) const {
-    return SignInText(result, kIndent);
+    return SignInText(result, signed_in_by, kIndent);
   }
   std::string operator()(const FriendResult& result) const {
     return result.ret_code == kResultSuccess
@@ -67,14 +67,16 @@ struct Details {
   }
 
   int32_t page;
+  std::string signed_in_by;
 };
 
-void PrintResult(const Request& request, const Game::Result& result) {
+void PrintResult(const Request& request, const Game::Result& result,
+                 const std::string& signed_in_by) {
   const BaseResult& base = Base(result.record);
   const Style style = base.ret_code == kResultSuccess ? Style::kGood : Style::kBad;
   PrintBlock("result", fmt::format("{}{}, {}\n", kIndent, TypeName(result.record),
                                    Styled(style, Outcome(base))));
-  PrintText(std::visit(Details{request.page}, result.record));
+  PrintText(std::visit(Details{request.page, signed_in_by}, result.record));
 }
 
 struct Tour {
@@ -92,10 +94,11 @@ std::optional<Game::Result> Step(const Tour& tour, const std::string& heading,
   const std::optional<Game::Result> result = tour.game.Ask(request);
   if (result.has_value()) tour.recorder.EndLookUp("answered");
   TickUntilComplete(tour.game, tour.recorder);
+  const std::string signed_in_by = tour.recorder.SignedInBy();
   const std::vector<Work> work = tour.recorder.Take();
   if (!tour.in_words) return result;
   PrintWork(work);
-  if (result.has_value()) PrintResult(request, *result);
+  if (result.has_value()) PrintResult(request, *result, signed_in_by);
   return result;
 }
 

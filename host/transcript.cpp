@@ -192,11 +192,13 @@ std::string Outcome(const BaseResult& result) {
                      result.ret_code);
 }
 
-std::string SignInText(const AuthPluginResult& result, std::string_view indent) {
+std::string SignInText(const AuthPluginResult& result, const std::string& signed_in_by,
+                       std::string_view indent) {
   const Json login = Document(result.channel_info);
   return Table({{"name", Member(login, "nickname")},
                 {"account", result.openid},
                 {"product user", Member(login, "productUserID")},
+                {"signed in by", signed_in_by},
                 {"access token", Token(login, "access_token", "expires_in")},
                 {"refresh token", Token(login, "refresh_token", "refresh_expires_in")}},
                indent);

@@ -30,8 +30,9 @@ Json Document(const std::string& text);
 // "success", "sign in again (10)", "EOS reported EOS_InvalidAuth (4)" and the like.
 std::string Outcome(const BaseResult& result);
 
-// Name, account, product user and tokens of a sign-in.
-std::string SignInText(const AuthPluginResult& result, std::string_view indent);
+// Name, account, product user and tokens of a sign-in, and by what EOS made it.
+std::string SignInText(const AuthPluginResult& result, const std::string& signed_in_by,
+                       std::string_view indent);
 
 // A table of the friends, and at its foot which part of all of them it is.
 enum class Accounts { kWhole, kShortened };

@@ -1,5 +1,7 @@
 #include "work_recorder.h"
 
+#include <spdlog/fmt/fmt.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -7,6 +9,7 @@
 namespace zelk::host {
 namespace {
 
+constexpr std::string_view kSignIn = "EOS_Auth_Login";
 constexpr std::string_view kLookUp = "EOS_UserInfo_QueryUserInfo";
 
 // Lines that begin work otherwise than by "Call EOS_X". One is followed by its like that ends in
@@ -17,8 +20,8 @@ struct BeginRow {
   std::string_view about;
 };
 constexpr std::array kBegins{
-    BeginRow{"call EOS_Auth_Login", "EOS_Auth_Login", "persistent authorisation"},
-    BeginRow{"enter default login flow", "EOS_Auth_Login", "login mode"},
+    BeginRow{"call EOS_Auth_Login", kSignIn, "persistent authorisation"},
+    BeginRow{"enter default login flow", kSignIn, "login mode"},
     BeginRow{"call EOS_Friends_QueryFriends", "EOS_Friends_QueryFriends", ""},
     BeginRow{"SteamFriend::QueryFriends, Create thread failed", kLookUp, kAboutEachFriend},
 };
@@ -28,6 +31,10 @@ constexpr std::string_view kLogout = "epic logout";
 constexpr std::string_view kConversion = "Call EOS_EpicAccountId_FromString";
 constexpr std::array kLogoutCalls{"EOS_Auth_Logout", "EOS_Auth_DeletePersistentAuth"};
 
+// The first completion of a sign-in by PIN; the second comes when the player has entered it.
+constexpr std::string_view kPinGrant = "EOS_Auth_PinGrantCode";
+constexpr std::string_view kPinGrantLine = "Waiting for PIN grant ";
+
 // How a completion's line begins, and what stands in front of the EOS result in it.
 struct EndRow {
   std::string_view text;
@@ -36,7 +43,7 @@ struct EndRow {
   bool is_shared = false;  // the line follows other calls' completions too
 };
 constexpr std::array kEnds{
-    EndRow{"Login complete", "EOS_Auth_Login", "msg:"},
+    EndRow{"Login complete", kSignIn, "msg:"},
     EndRow{"Connect Login complete", "EOS_Connect_Login", "msg:"},
     EndRow{"Connect Create User complete", "EOS_Connect_CreateUser", "msg:"},
     EndRow{"LoginEndWithThirdError", "EOS_Connect_CreateUser", "err_msg:", true},
@@ -85,6 +92,18 @@ std::string OutcomeIn(std::string_view text, const EndRow& row) {
   return std::string(text.substr(found + row.before_outcome.size()));
 }
 
+std::string Between(std::string_view text, std::string_view before, std::string_view after) {
+  const std::size_t found = text.find(before);
+  if (found == std::string_view::npos) return "";
+  text.remove_prefix(found + before.size());
+  return std::string(text.substr(0, text.find(after)));
+}
+
+std::string PinGrantIn(std::string_view text) {
+  return fmt::format("enter the code {} at {} within {} s", Between(text, "Code:", " URI:"),
+                     Between(text, "URI:", " Expires:"), Between(text, "Expires:", " "));
+}
+
 }  // namespace
 
 bool WorkRecorder::HasOpenWork() {
@@ -97,6 +116,19 @@ void WorkRecorder::EndLookUp(const std::string& outcome) {
   for (Work& work : work_) {
     if (work.is_open && work.about == kAboutEachFriend) return End(work, outcome);
   }
+}
+
+std::string WorkRecorder::SignedInBy() {
+  const std::scoped_lock lock(mutex_);
+  for (const Work& work : work_) {
+    if (work.call == kSignIn && work.outcome == "EOS_Success") return work.about;
+  }
+  return "";
+}
+
+std::string WorkRecorder::TakePinGrant() {
+  const std::scoped_lock lock(mutex_);
+  return std::exchange(pin_grant_, {});
 }
 
 std::vector<Work> WorkRecorder::Take() {
@@ -113,6 +145,7 @@ void WorkRecorder::sink_it_(const spdlog::details::log_msg& line) {
       Begin(row.call, row.about, SeqId(whole));
     }
   }
+  if (text.starts_with(kPinGrantLine)) pin_grant_ = PinGrantIn(text);
   if (is_signing_out_ && text.starts_with(kConversion)) {
     for (const char* call : kLogoutCalls) Begin(call, "", "");
   }
@@ -145,14 +178,13 @@ void WorkRecorder::Complete(std::string_view call, const std::string& outcome, b
 }
 
 void WorkRecorder::End(Work& work, const std::string& outcome) {
-  work.is_open = false;
+  work.is_open = outcome == kPinGrant;
   work.ticks = game_.ticks() - work.begin;
   work.outcome = outcome;
 }
 
-void TickUntilComplete(Game& game, WorkRecorder& recorder) {
-  constexpr int32_t kLongest = 5000;
-  for (int32_t i = 0; i < kLongest && recorder.HasOpenWork(); ++i) game.Frame();
+void TickUntilComplete(Game& game, WorkRecorder& recorder, int32_t max_ticks) {
+  for (int32_t i = 0; i < max_ticks && recorder.HasOpenWork(); ++i) game.Frame();
 }
 
 }  // namespace zelk::host

@@ -25,7 +25,7 @@ struct Work {
   bool is_open = false;
   int64_t begin = 0;         // in ticks
   int64_t ticks = 0;         // from there to the completion
-  std::string outcome = {};  // the name of the EOS result
+  std::string outcome = {};  // the name of the EOS result, the last one
 };
 
 // Sees work as it happens. Called by the thread that logs, one at a time.
@@ -45,6 +45,12 @@ class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
 
   bool HasOpenWork();
 
+  // By what the player was signed in since the last `Take`, as `Work::about`; "" by nothing.
+  std::string SignedInBy();
+
+  // What the player has to do for a PIN grant, once; "" when there is none.
+  std::string TakePinGrant();
+
   // A page's friends are looked up until the request's result arrives: ends that work.
   void EndLookUp(const std::string& outcome);
 
@@ -62,10 +68,11 @@ class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
   const Game& game_;
   WorkObserver* const observer_;
   std::vector<Work> work_;
+  std::string pin_grant_;
   bool is_signing_out_ = false;  // since the plugin's last line
 };
 
-// For a sign-out: its result comes at once, and what EOS has to do for it only afterwards.
-void TickUntilComplete(Game& game, WorkRecorder& recorder);
+// For a sign-out or a PIN grant: its result comes first, and what EOS has to do for it afterwards.
+void TickUntilComplete(Game& game, WorkRecorder& recorder, int32_t max_ticks = 5000);
 
 }  // namespace zelk::host

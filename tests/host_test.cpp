@@ -105,12 +105,6 @@ std::vector<std::string> Summary(const Outcome& outcome) {
   return summary;
 }
 
-std::vector<std::string> Keys(const Json& object) {
-  std::vector<std::string> keys;
-  for (const auto& [key, value] : object.items()) keys.push_back(key);
-  return keys;
-}
-
 const std::string kLogin =
     R"({"call":"login","method_id":102,"seq_id":"s","extra_json":"{\"LoginMode\":\"AccountPortal\"}"})"
     "\n";
@@ -153,29 +147,21 @@ TEST_F(Host, PlayAnswersGoodLinesInOrderAndGoesOnAfterBadOnes) {
             R"({"call":"friends"})";
   const Outcome outcome = Play(script);
   EXPECT_EQ(Summary(outcome), expected);
+  EXPECT_THAT(outcome.out, Not(HasSubstr("at line")));  // which would be the parser's
   EXPECT_EQ(outcome.status, 2);
 }
 
-TEST_F(Host, PlayHandsOverEveryFieldAndPrintsEveryFieldInOrder) {
+TEST_F(Host, PlayHandsOverEveryField) {
   const std::vector<Json> events = Events(
       Play(kLogin + kDrain +
            R"({"call":"friends","method_id":-5,"seq_id":"f","page":2,"count":3,"is_in_game":true})"
            "\n" +
            kDrain));
   ASSERT_EQ(events.size(), 2U);
-  EXPECT_THAT(Keys(events[0]),
-              ElementsAre("event", "type", "observer_id", "seq_id", "flag", "record"));
-  EXPECT_THAT(
-      Keys(events[0]["record"]),
-      ElementsAre("method_id", "ret_code", "ret_msg", "third_code", "third_msg", "extra_json",
-                  "channel", "channelid", "openid", "channel_info", "confirm_code"));
   const Json& record = events[1]["record"];
   EXPECT_EQ(record["method_id"], -5);
   EXPECT_EQ(record["extra_json"], R"({"total":25,"current":6,"is_in_game":true})");
-  ASSERT_EQ(record["friend_info_list"].size(), 3U);
-  EXPECT_THAT(Keys(record["friend_info_list"][0]),
-              ElementsAre("openid", "user_name", "gender", "picture_url", "country", "province",
-                          "city", "language", "extra_json"));
+  EXPECT_EQ(record["friend_info_list"].size(), 3U);
 }
 
 TEST_F(Host, PlayMixesLogLinesWithResultsAsTheyHappen) {
@@ -183,12 +169,6 @@ TEST_F(Host, PlayMixesLogLinesWithResultsAsTheyHappen) {
   EXPECT_THAT(Summary(outcome),
               ElementsAre("[a], LoginEndWithInvalidArgument [LoginMode]", "AuthResult a 11"));
   EXPECT_EQ(Events(outcome)[0]["level"], 3);
-}
-
-TEST_F(Host, PlayTakesALineOfAMebibyte) {
-  const std::string long_text(1 << 20, 'x');
-  EXPECT_THAT(Summary(Play(R"({"call":"login","seq_id":"s","extra_json":")" + long_text + "\"}")),
-              ElementsAre("AuthResult s 11"));
 }
 
 struct StatusRow {
@@ -241,6 +221,14 @@ TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
       {"", "command"},
       {"dance", "dance"},
       {"login --mode Guess", "Guess"},
+      {"login --mode IDPassword --password x", "--id"},
+      {"login --mode DevAuth --id x", "--password"},
+      {"login --mode ExchangeCode", "--code"},
+      {"login --mode ExchangeCode --code x --password x", "--password"},
+      {"login --id x", "--id"},
+      {"auto-login --permissions basic_profile,foo", "foo"},
+      {"auto-login --page 3", ": --page 3"},
+      {"friends --next-process", "--next-process"},
       {"friends --page many", "page"},
       {"--log-level loud tour", "loud"},
       {"login friends", "friends"},
@@ -253,7 +241,7 @@ TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
       {"--diagram - login", "--diagram"},
       {"--diagram x doctor", "--diagram"},
       {"play nowhere.jsonl", "nowhere.jsonl"},
-      {"--plugin nowhere.so login", "nowhere.so"},
+      {"--plugin nowhere.so login", "zelk_epic_host doctor"},
       {"--plugin " + broken + " login", "broken.json"},
       {"--config nowhere.json login", "nowhere.json"},
       {"--config " + broken + " login", "broken.json:2: "},
@@ -271,15 +259,29 @@ TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
 
 TEST_F(Host, KeepsASignInFromOneProcessToTheNextUntilTheLogout) {
   EXPECT_EQ(Run("auto-login").status, 1);
+  EXPECT_THAT(Run("logout").err, testing::StartsWith("logout: nobody is signed in"));
   EXPECT_EQ(Run("login --mode IDPassword --id newcomer --password secret").status, 0);
   EXPECT_THAT(Run("auto-login").out, HasSubstr("Pia Neuhold"));
-  const Outcome friends = Run("friends --page 1 --count 5");
+  const Outcome friends = Run("friends --count 5");
   EXPECT_THAT(friends.out, HasSubstr("invite sent"));
   EXPECT_THAT(friends.out, HasSubstr("page 1: 1 of 1 friends"));
   EXPECT_EQ(Run("logout").status, 0);
   EXPECT_THAT(Summary(Run("--json auto-login")), ElementsAre("AuthResult auto-login 11"));
   // EOS has forgotten the newcomer too: the portal signs in whom the world says.
   EXPECT_THAT(Run("login").out, HasSubstr("Ylva"));
+}
+
+TEST_F(Host, SaysByWhatThePlayerWasSignedIn) {
+  const std::string expired = R"({"EOS_Auth_Login":[{"skip":2,"result":4}]}})";
+  const Outcome late = Run("login --mode PinGrant --world " + File("world", kOneFriend + expired));
+  EXPECT_EQ(late.status, 1);
+  EXPECT_THAT(late.err, HasSubstr("login: EOS reported EOS_Auth_PinGrantCode"));
+  const Outcome pin = Run("login --mode PinGrant");
+  EXPECT_EQ(pin.status, 0);
+  EXPECT_THAT(pin.err, HasSubstr("QX7TK2WB at https://www.epicgames.com/activate within 600 s"));
+  EXPECT_THAT(pin.out, HasSubstr("by   login mode"));
+  EXPECT_THAT(Run("login --mode IDPassword --id player --password guess").out,
+              HasSubstr("by   persistent authorisation"));
 }
 
 TEST_F(Host, ShowsNoTokenToPeopleAndEveryTokenToPrograms) {
@@ -293,6 +295,7 @@ TEST_F(Host, SignsInWithoutAPlaceToKeepAnything) {
   const Outcome outcome = Run("--log - --log-level error login");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("cannot be written"));
+  EXPECT_THAT(outcome.err, HasSubstr("sign-ins cannot be kept"));
 }
 
 TEST_F(Host, TheTourGivesEveryResultAsJson) {
@@ -369,8 +372,7 @@ TEST_F(Host, TheDoctorTellsEveryErrorAndChangesNothing) {
       {"--config " + File("part.json", part + "\",\"EPIC_CLIENT_ID\":\"\"}}"),
        {{"configuration", "EPIC_PRODUCT_VERSION, EPIC_PRODUCT_ID"}}},
       {"--config " + File("long.json", part + rest), {{"configuration", "65"}}},
-      {"--plugin " + path(folder_ / "nowhere"),
-       {{"plugin", "nowhere"}, {"EOS library", "not there"}}},
+      {"--plugin " + path(folder_ / "nowhere"), {{"plugin", "nowhere"}}},
       {"--plugin " + path(folder_ / "alone" / plugin.filename()) + " --config " + no_json,
        {{"configuration", ":1: "}, {"plugin", "loaded"}, {"EOS library", "alone"}}},
       {"--plugin " + path(plugin.parent_path() / ZELK_CORE_NAME),

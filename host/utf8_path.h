@@ -1,0 +1,18 @@
+// Paths from texts and texts from paths. Texts are UTF-8 on every system.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace zelk::host {
+
+inline std::filesystem::path PathFromUtf8(const std::string& text) {
+  return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+inline std::string Utf8FromPath(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return std::string(text.begin(), text.end());
+}
+
+}  // namespace zelk::host
