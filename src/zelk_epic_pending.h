@@ -53,8 +53,7 @@ class PendingList {
   bool empty() const { return first_ == nullptr; }
   PendingContext* first() const { return first_; }
 
-  // Lets every context answer, then frees it. An answer that throws is logged and
-  // tried once more.
+  // Lets every context answer, then frees it. An answer that throws is logged and tried once more.
   void AnswerAfterShutdown() noexcept;
 
  private:
