@@ -230,7 +230,7 @@ TEST_P(LoginSweep, AnswersEveryFaultAndEveryPairAsTheModel) {
       }
     }
   }
-  ASSERT_TRUE(Run({}));
+  ASSERT_TRUE(Run({}));  // what the faults left behind
   PrintRuns(runs_);
 }
 
