@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "core_contract/config.h"
 #include "core_contract/split_string.h"
@@ -49,6 +50,28 @@ TEST(TaskQueue, HandsOutCopiesOfEveryTypeInTheOrderOfTheCommits) {
   }
   EXPECT_EQ(foundation_standin::NodesOut(), nodes);
   EXPECT_EQ(foundation_standin::NodesMisused(), misused);
+}
+
+TEST(TaskQueue, LosesNothingWhenThreadsCommitDuringADrain) {
+  constexpr int kThreads = 4;
+  constexpr int kResults = 200;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([thread] {
+      for (int code = 0; code < kResults; ++code) {
+        InnerObserverHolder<BaseResult>::CommitToTaskQueue(
+            BaseResult(code), static_cast<unsigned>(thread), "s", false);
+      }
+    });
+  }
+  std::vector<int> next(kThreads);
+  const auto in_order = [&](const CommittedResult& result) {
+    EXPECT_EQ(std::get<BaseResult>(result.record).ret_code, next[result.observer_id]++);
+  };
+  std::size_t drained = core_standin::DrainTaskQueue(in_order);
+  for (std::thread& thread : threads) thread.join();
+  drained += core_standin::DrainTaskQueue(in_order);
+  EXPECT_EQ(drained, static_cast<std::size_t>(kThreads * kResults));
 }
 
 TEST(SplitString, CutsAtEverySeparator) {
