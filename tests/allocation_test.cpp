@@ -8,11 +8,9 @@
 #include <link.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <new>
-#include <thread>
 
 #include "core_contract/results.h"
 #include "plugin_test.h"
@@ -105,8 +103,7 @@ class OutOfMemory : public PluginTest, public testing::WithParamInterface<Shorta
     Json world = WorldWithFriends(40);
     world["accounts"][0]["password"] = Json::parse(kParameters)["Password"];
     World(world);
-    eos_standin::RecordCalls(false);
-    zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
+    GoQuiet();
     shortage.plugin = &plugin_image_;
     shortage.standard_library = &standard_library_;
   }
@@ -118,17 +115,6 @@ class OutOfMemory : public PluginTest, public testing::WithParamInterface<Shorta
 
   static std::string SeqId(int64_t number) {
     return "a sequence id with a number: " + std::to_string(number);
-  }
-
-  void Settle() {
-    const auto busy = [] {
-      return eos_standin::OutstandingNow().operations > 0 || windows_standin::ThreadsRunning() > 0;
-    };
-    for (int i = 0; i < 20000 && busy(); ++i) {
-      Tick();
-      if (i > 50) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // a worker is at work
-    }
-    Tick(2);
   }
 
   // Makes the request over and over, with the first allocation failing, with the second, and so on

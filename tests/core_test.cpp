@@ -1,5 +1,4 @@
 // What the core promises the plugin and the game: results, configuration, string splitting.
-// messages.
 #include <gtest/gtest.h>
 
 #include <fstream>

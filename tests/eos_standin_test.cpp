@@ -12,7 +12,6 @@
 #include <thread>
 
 #include "eos_auth.h"
-#include "eos_connect.h"
 #include "eos_friends.h"
 #include "eos_sdk.h"
 #include "eos_userinfo.h"
@@ -46,7 +45,6 @@ std::string FreshDirectory() {
 struct Answer {
   std::vector<EOS_EResult> results;
   EOS_EpicAccountId account = nullptr;
-  EOS_ContinuanceToken continuance_token = nullptr;
   const char* user_code = nullptr;
 };
 
@@ -61,9 +59,6 @@ void EOS_CALL OnLogin(const EOS_Auth_LoginCallbackInfo* data) {
   Answer& answer = Note(data);
   answer.account = data->LocalUserId;
   if (data->PinGrantInfo != nullptr) answer.user_code = data->PinGrantInfo->UserCode;
-}
-void EOS_CALL OnConnect(const EOS_Connect_LoginCallbackInfo* data) {
-  Note(data).continuance_token = data->ContinuanceToken;
 }
 
 struct EosStandin : testing::Test {
@@ -83,7 +78,6 @@ struct EosStandin : testing::Test {
     options.CacheDirectory = directory.c_str();
     platform = EOS_Platform_Create(&options);
     auth = EOS_Platform_GetAuthInterface(platform);
-    connect = EOS_Platform_GetConnectInterface(platform);
     friends = EOS_Platform_GetFriendsInterface(platform);
     user_info = EOS_Platform_GetUserInfoInterface(platform);
   }
@@ -134,7 +128,6 @@ struct EosStandin : testing::Test {
   std::string directory = FreshDirectory();
   EOS_HPlatform platform{};
   EOS_HAuth auth{};
-  EOS_HConnect connect{};
   EOS_HFriends friends{};
   EOS_HUserInfo user_info{};
 };
@@ -286,16 +279,6 @@ TEST_F(EosStandin, KeepsThePersistentAuthorisationUntilItIsDeleted) {
   EXPECT_EQ(persistent(), std::vector{EOS_InvalidAuth});
 }
 
-TEST_F(EosStandin, SignsInWhereTheAuthorisationCannotBeKept) {
-  std::ofstream(directory) << "a file where the directory should be";
-  static int errors = 0;
-  EOS_Logging_SetCallback([](const EOS_LogMessage* message) {
-    if (message->Level == EOS_ELogLevel::EOS_LOG_Error) ++errors;
-  });
-  EXPECT_EQ(Login().results, std::vector{EOS_Success});
-  EXPECT_EQ(errors, 1);
-}
-
 // --- completions ---
 
 TEST_F(EosStandin, RunsACompletionAgainAfterAPinAndARetry) {
@@ -334,18 +317,6 @@ TEST_F(EosStandin, RunsTheCompletionsOfATickInTheScriptedOrder) {
   }
 }
 
-TEST_F(EosStandin, DropsOrCancelsWhatIsOutstandingAtRelease) {
-  for (const bool complete : {false, true}) {
-    CompleteOnRelease(complete);
-    Answer answer;
-    StartLogin(answer, EOS_LCT_Password, "player", "secret");
-    EOS_Platform_Release(platform);
-    EXPECT_EQ(answer.results.size(), complete ? 1u : 0u);
-    EXPECT_EQ(OutstandingNow().operations, 0);
-    NewPlatform();
-  }
-}
-
 TEST_F(EosStandin, ServesRulesByTargetSkipAndTimes) {
   Login();
   AddRule({.call = "EOS_UserInfo_QueryUserInfo",
@@ -360,23 +331,6 @@ TEST_F(EosStandin, ServesRulesByTargetSkipAndTimes) {
   AddRule({.call = "EOS_Platform_GetUserInfoInterface", .result = 1});
   EXPECT_EQ(EOS_Platform_GetUserInfoInterface(platform), nullptr);
   EXPECT_EQ(EOS_Platform_GetUserInfoInterface(platform), user_info);
-}
-
-TEST_F(EosStandin, RecordsTheOptionsOfCalls) {
-  RecordCalls(true);
-  Login();
-  ASSERT_EQ(Calls().size(), 2u);
-  const Json expected{{"ApiVersion", 2},
-                      {"Credentials",
-                       {{"ApiVersion", 2},
-                        {"Id", "player"},
-                        {"Token", "secret"},
-                        {"Type", 0},
-                        {"SystemAuthCredentialsOptions", nullptr},
-                        {"ExternalType", 0}}},
-                      {"ScopeFlags", 0}};
-  EXPECT_EQ(Calls()[0].function, "EOS_Auth_Login");
-  EXPECT_EQ(Calls()[0].options, expected);
 }
 
 // --- the world ---
@@ -405,25 +359,6 @@ TEST_F(EosStandin, KnowsFriendsAndTheirUserInfoOnceQueried) {
 
   const EOS_Friends_GetStatusOptions status{1, Id(kPlayer), Id(kFriend)};
   EXPECT_EQ(EOS_Friends_GetStatus(friends, &status), EOS_EFriendsStatus::EOS_FS_InviteSent);
-}
-
-TEST_F(EosStandin, CreatesTheProductUserThatConnectMisses) {
-  Login();
-  EOS_Auth_Token* token = Token();
-  EOS_Connect_Credentials credentials{1, token->AccessToken, {}};
-  const EOS_Connect_LoginOptions login{2, &credentials, nullptr};
-  Answer answer;
-  EOS_Connect_Login(connect, &login, &answer, &OnConnect);
-  Tick();
-  const EOS_Connect_CreateUserOptions create{1, answer.continuance_token};
-  EOS_Connect_CreateUser(connect, &create, nullptr, nullptr);
-  Tick();
-  EOS_Connect_Login(connect, &login, &answer, &OnConnect);
-  credentials.Token = "wrong";
-  EOS_Connect_Login(connect, &login, &answer, &OnConnect);
-  EOS_Auth_Token_Release(token);
-  Tick();
-  EXPECT_EQ(answer.results, (std::vector{EOS_InvalidUser, EOS_Success, EOS_InvalidAuth}));
 }
 
 TEST(EosWorld, SaysWhatIsWrongWithAFile) {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include "zelk_foundation_standin.h"
 #if !defined(_WIN32)
@@ -18,6 +19,7 @@ namespace zelk_test {
 namespace {
 
 constexpr int kTicksToWait = 20000;
+constexpr int kTicksWithoutSleep = 50;  // beyond that, a worker is at work
 
 // In memory where the system has such a place: what is stored is flushed each time, and a sweep of
 // thousands of logins would wait for the disk.
@@ -43,6 +45,15 @@ void SetTemporaryDirectory(const std::filesystem::path& directory) {
   _wputenv_s(L"TEMP", directory.c_str());
 #else
   setenv("TMPDIR", directory.c_str(), 1);
+#endif
+}
+
+// The real system does not tell.
+bool WorkersRun() {
+#if defined(_WIN32)
+  return false;
+#else
+  return windows_standin::ThreadsRunning() > 0;
 #endif
 }
 
@@ -177,18 +188,28 @@ bool PluginTest::AllAnswered() const {
   return true;
 }
 
-void PluginTest::TickUntilAnswered() {
+bool PluginTest::TickUntil(const std::function<bool()>& done) {
   for (int i = 0; i < kTicksToWait; ++i) {
-    Collect();
-    if (AllAnswered()) return;
+    if (done()) return true;
     Tick();
-    if (i > 50) std::this_thread::sleep_for(std::chrono::milliseconds(1));  // a worker is at work
+    if (i > kTicksWithoutSleep) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  FAIL() << "a request was not answered in " << kTicksToWait << " ticks";
+  return false;
+}
+
+void PluginTest::TickUntilAnswered() {
+  const auto answered = [this] { return Collect(), AllAnswered(); };
+  EXPECT_TRUE(TickUntil(answered)) << "unanswered in " << kTicksToWait << " ticks";
+}
+
+void PluginTest::Settle() {
+  const auto idle = [] { return eos_standin::OutstandingNow().operations == 0 && !WorkersRun(); };
+  EXPECT_TRUE(TickUntil(idle)) << "unsettled in " << kTicksToWait << " ticks";
+  Tick(2);  // what a worker left to the tick
 }
 
 void PluginTest::SignIn() {
-  LogIn("sign-in", R"({"LoginMode":"AccountPortal"})", "basic_profile,friends_list,presence");
+  LogIn("sign-in", kPortal, "basic_profile,friends_list,presence");
   TickUntilAnswered();
   ASSERT_EQ(TakeResult().type, "AuthPluginResult");
 }
@@ -207,6 +228,11 @@ std::vector<Json> PluginTest::CallsOf(const std::string& function) {
 
 int64_t PluginTest::CountCalls(const std::string& function) {
   return static_cast<int64_t>(CallsOf(function).size());
+}
+
+void PluginTest::GoQuiet() {
+  eos_standin::RecordCalls(false);
+  zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
 }
 
 void PluginTest::Collect() {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -20,6 +21,12 @@
 namespace zelk_test {
 
 using Json = nlohmann::ordered_json;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+inline constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 // A log line of the plugin or of EOS through it.
 struct Line {
@@ -62,6 +69,8 @@ class PluginTest : public testing::Test {
   void Shutdown();
   // Ticks until every request has its answer; fails the test when that does not come.
   void TickUntilAnswered();
+  // Ticks until EOS has nothing left to complete and no worker runs; fails the test likewise.
+  void Settle();
   // Signs the player in through the account portal, and forgets the result.
   void SignIn();
 
@@ -73,6 +82,8 @@ class PluginTest : public testing::Test {
   static int64_t CountCalls(const std::string& function);
 
   // --- what is seen ---
+  // Records no calls and logs nothing: for a test of thousands of requests.
+  static void GoQuiet();
   // Takes the results committed so far.
   std::vector<Result> TakeResults();
   // The one result committed since the last look.
@@ -98,6 +109,7 @@ class PluginTest : public testing::Test {
   void Asked(const std::string& seq_id) { ++expected_[seq_id]; }
   void Collect();
   bool AllAnswered() const;
+  bool TickUntil(const std::function<bool()>& done);
 
   std::filesystem::path directory_;
   std::shared_ptr<Sink> sink_;

@@ -12,29 +12,13 @@
 #include <thread>
 
 #include "plugin_test.h"
-#include "zelk_foundation_standin.h"
-#if !defined(_WIN32)
 #include "windows_standin.h"
-#endif
-
-#if defined(__has_feature)
-#define ZELK_HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define ZELK_HAS_FEATURE(feature) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
-    ZELK_HAS_FEATURE(address_sanitizer) || ZELK_HAS_FEATURE(thread_sanitizer)
-#define ZELK_SANITIZED 1
-#else
-#define ZELK_SANITIZED 0
-#endif
 
 namespace zelk_test {
 namespace {
 
-constexpr uint64_t kDefaultRequests = ZELK_SANITIZED ? 5'000 : 100'000;
+constexpr uint64_t kDefaultRequests = 100'000;
 constexpr int32_t kWillRetry = 19;
-constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 constexpr std::array kCalls{
     "EOS_Auth_Login",
@@ -84,8 +68,7 @@ class Soak : public PluginTest {
  protected:
   Soak() {
     World(WorldWithFriends(5));
-    eos_standin::RecordCalls(false);
-    zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
+    GoQuiet();
     std::cout << "Soak: ZELK_SOAK_SEED=" << seed_ << " ZELK_SOAK_REQUESTS=" << requests_
               << std::endl;
   }
@@ -136,10 +119,8 @@ class Soak : public PluginTest {
     eos_standin::SetCompletionOrder(OneOf(kOrders), Below(1000));
     if (OneIn(10)) eos_standin::ExpireConnectToken(OneIn(2));
     second_thread_ticks_ = OneIn(4);
-#if !defined(_WIN32)
     windows_standin::FailCreateThread(OneIn(10));
     windows_standin::FailHeapAlloc(OneIn(50));
-#endif
   }
 
   // What was answered so far, and that the store holds what a sign-in brought, or nothing.

@@ -6,14 +6,11 @@
 #include "core_contract/mmkv.h"
 #include "core_contract/results.h"
 #include "plugin_test.h"
-#include "zelk_foundation_standin.h"
 
 namespace zelk_test {
 namespace {
 
 using zelk_test::PrintTo;
-
-constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 // Those that mean something of their own to some call, some that mean nothing to any, and success.
 // Success is last: by then nothing that is fetched once and kept was there to be kept.
@@ -25,16 +22,7 @@ constexpr std::array kCodes{kInvalidUser, 18, kWillRetry, 1020, 1060,       4,  
 
 class SweepTest : public PluginTest {
  protected:
-  SweepTest() {
-    eos_standin::RecordCalls(false);
-    zelk::foundation_standin::SetLogThreshold(zelk::kLogError + 1);
-  }
-
-  // Until EOS has nothing left to complete.
-  void Settle() {
-    for (int i = 0; i < 100 && eos_standin::OutstandingNow().operations > 0; ++i) Tick();
-    EXPECT_EQ(eos_standin::OutstandingNow().operations, 0);
-  }
+  SweepTest() { GoQuiet(); }
 
   static void PrintRuns(int runs) {
     RecordProperty("runs", runs);
@@ -242,6 +230,7 @@ TEST_P(LoginSweep, AnswersEveryFaultAndEveryPairAsTheModel) {
       }
     }
   }
+  ASSERT_TRUE(Run({}));  // what the faults left behind
   PrintRuns(runs_);
 }
 
@@ -342,7 +331,10 @@ class FriendSweep : public SweepTest, public testing::WithParamInterface<FriendR
     EXPECT_EQ(result.base.third_code, effect.passes_code_on ? code : effect.ret_code);
     EXPECT_EQ(result.friends.size(), effect.friends);
     std::size_t detailed = 0;
-    for (const zelk::PersonInfo& person : result.friends) detailed += !person.user_name.empty();
+    for (const zelk::PersonInfo& person : result.friends) {
+      detailed += !person.user_name.empty();
+      EXPECT_FALSE(person.extra_json.empty());
+    }
     EXPECT_EQ(detailed, effect.detailed);
   }
 };

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -62,19 +61,6 @@ TEST(WindowsStandin, CountsHeapBlocksAndSeesMisuse) {
   EXPECT_EQ(HeapAlloc(heap, 0, 1), nullptr);
   EXPECT_EQ(windows_standin::HeapBlocksOut(), 0);
   windows_standin::FailHeapAlloc(false);
-}
-
-TEST(WindowsStandin, GivesTheTemporaryDirectoryWithAClosingSlash) {
-  for (const auto& [variable, expected] :
-       {std::pair("/var/tmp", "/var/tmp/"), {"/var/tmp/", "/var/tmp/"}, {"", "/tmp/"}}) {
-    setenv("TMPDIR", variable, 1);
-    char buffer[32] = "untouched";
-    const auto length = static_cast<DWORD>(std::string(expected).size());
-    EXPECT_EQ(GetTempPathA(length, buffer), length + 1);
-    EXPECT_STREQ(buffer, "untouched");
-    EXPECT_EQ(GetTempPathA(length + 1, buffer), length);
-    EXPECT_STREQ(buffer, expected);
-  }
 }
 
 }  // namespace

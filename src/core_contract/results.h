@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <utility>
 
 #include "core_contract/export.h"
 #include "core_contract/sdk_string.h"

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <type_traits>
 #include <utility>
+#include <utility>
 
 namespace zelk::zelk_tp_stl_c {
 

@@ -60,7 +60,8 @@ EOS_EResult CheckLogin(const EOS_Auth_LoginOptions& options) {
 
 // --- sessions ---
 
-// As long and as opaque as the real ones, and never the same twice.
+// As long and as opaque as the real ones, and never the same twice in a process; every process
+// makes the same ones in turn, so that runs can be compared.
 std::string MakeToken(const Account& account) {
   static uint64_t count = 0;
   const uint64_t seed = Mix(account.id.high ^ account.id.low) + ++count;

@@ -1,6 +1,6 @@
 // The state of the library: its one life from EOS_Initialize to EOS_Shutdown, the world, the
-// platforms. Like the library itself it is not thread-safe, and deliberately so, except for the two
-// questions that are asked first in every call.
+// platforms. Like the library itself it is not thread-safe, and deliberately so, except for
+// IsInitialized and IsShutDown.
 #pragma once
 
 #include <cstdint>

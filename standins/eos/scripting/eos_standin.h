@@ -68,16 +68,16 @@ EOS_STANDIN_API void ExpireConnectToken(bool null_data = false);
 EOS_STANDIN_API void LogFromOwnThread(EOS_ELogLevel level, const std::string& category,
                                       const std::string& message);
 
-// Runs inside every call, on the caller's thread, after the call was counted. Null takes it away.
+// Runs inside every call, on the caller's thread, after the call was recorded. Null takes it away.
 EOS_STANDIN_API void SetHook(std::function<void(const std::string& call)> hook);
 
 // --- what was seen ---
 
-// A call with its options, field by field as the caller filled them: {"ApiVersion": 2,
-// "Credentials":
-// {"Type": 2, "Id": null, ...}, ...}. Handles of accounts and product users are their texts, null
-// is null, and pointers to what only the caller understands are true. Arguments of calls without
-// options are there by their names; a call without either has null.
+// A call with its options, field by field as the caller filled them:
+//     {"ApiVersion": 2, "Credentials": {"Type": 2, "Id": null, ...}, ...}
+// Handles of accounts and product users are their texts, null is null, and pointers to what only
+// the caller understands are true. Arguments of calls without options are there by their names; a
+// call without either has null.
 struct Call {
   std::string function;
   nlohmann::ordered_json options;
