@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <type_traits>
 #include <utility>
-#include <utility>
 
 namespace zelk::zelk_tp_stl_c {
 
