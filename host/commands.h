@@ -10,6 +10,7 @@
 
 namespace zelk::host {
 
+// What a login's parameters are made of; an empty id, password or code is left out.
 struct LoginArguments {
   std::string mode = "AccountPortal";
   std::string id;
@@ -18,6 +19,7 @@ struct LoginArguments {
   std::string permissions = kAllPermissions;
 };
 
+// A page of friends; page 0 with count 0 is all of them.
 struct FriendsArguments {
   int32_t page = 0;
   int32_t count = 10;

@@ -14,6 +14,7 @@ namespace zelk::host {
 // The status of a bad command line or bad input.
 inline constexpr int kBadInput = 2;
 
+// The command and its options, as they were given; "" is what was not.
 struct Options {
   std::string plugin;
   std::string config;
@@ -32,6 +33,7 @@ struct Options {
   bool next_process = false;  // of a tour
 };
 
+// The levels by the words of the command line.
 extern const std::map<std::string, LogLevel> kLogLevels;
 
 // Reads `arguments`. With a value there is nothing left to do: help was asked for or something is

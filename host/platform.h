@@ -7,6 +7,7 @@
 
 namespace zelk::host {
 
+// A path as the system writes it, from and to UTF-8.
 std::filesystem::path PathFromUtf8(const std::string& text);
 std::string Utf8FromPath(const std::filesystem::path& path);
 
@@ -25,6 +26,7 @@ void SetEnvironment(const char* name, const std::filesystem::path& value);
 // Where GetTempPathA will point.
 void SetTemporaryDirectory(const std::filesystem::path& directory);
 
+// The file of this program, the plugin beside it, and where sign-ins are kept for this user.
 std::filesystem::path OwnExecutable();
 std::filesystem::path DefaultPluginFile();
 std::filesystem::path DefaultStateDirectory();
