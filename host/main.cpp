@@ -109,7 +109,7 @@ int RunTour(const Options& options, std::vector<std::string> arguments) {
   if (temporary.has_value()) {
     arguments.insert(arguments.begin(), {"--state-dir", Utf8FromPath(directory)});
   }
-  arguments.push_back("--next-process");
+  arguments.emplace_back("--next-process");
   return std::max(status, RunAgain(arguments));
 }
 
@@ -139,6 +139,7 @@ int Main(const std::vector<std::string>& arguments) {
 }  // namespace
 }  // namespace zelk::host
 
+// NOLINTNEXTLINE(bugprone-exception-escape): an error that cannot be printed ends the program too
 int main(int argc, char** argv) try {
   zelk::host::PrepareStandardStreams();
   return zelk::host::Main(zelk::host::Arguments(argc, argv));

@@ -197,7 +197,7 @@ TEST_P(EosMisuse, IsReportedByItsRule) {
   ASSERT_TRUE(Misuses().empty());
   GetParam().provoke(*this);
   // What comes back late was first missed.
-  ASSERT_EQ(Misuses().size(), rule.ends_with("-after-platform") ? 2u : 1u);
+  ASSERT_EQ(Misuses().size(), rule.ends_with("-after-platform") ? 2U : 1U);
   EXPECT_EQ(Misuses().back().rule, rule);
 }
 INSTANTIATE_TEST_SUITE_P(All, EosMisuse, testing::ValuesIn(kMisuses), [](const auto& row) {
@@ -340,7 +340,7 @@ TEST_F(EosStandin, DropsOrCancelsWhatIsOutstandingAtRelease) {
     Answer answer;
     StartLogin(answer, EOS_LCT_Password, "player", "secret");
     EOS_Platform_Release(platform);
-    EXPECT_EQ(answer.results.size(), complete ? 1u : 0u);
+    EXPECT_EQ(answer.results.size(), complete ? 1U : 0U);
     EXPECT_EQ(OutstandingNow().operations, 0);
     NewPlatform();
   }
@@ -365,7 +365,7 @@ TEST_F(EosStandin, ServesRulesByTargetSkipAndTimes) {
 TEST_F(EosStandin, RecordsTheOptionsOfCalls) {
   RecordCalls(true);
   Login();
-  ASSERT_EQ(Calls().size(), 2u);
+  ASSERT_EQ(Calls().size(), 2U);
   const Json expected{{"ApiVersion", 2},
                       {"Credentials",
                        {{"ApiVersion", 2},

@@ -7,13 +7,10 @@
 namespace zelk_test {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using zelk_test::PrintTo;
-
-constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 class Lifecycle : public PluginTest {};
 

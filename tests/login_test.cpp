@@ -12,10 +12,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using zelk_test::PrintTo;
-
-constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 class Login : public PluginTest {
  protected:

@@ -107,6 +107,10 @@ class PluginTest : public testing::Test {
   std::vector<Result> results_;
 };
 
+// The login mode that needs nothing of the player, and the result of a completion that comes again.
+inline constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
+inline constexpr int32_t kWillRetry = 19;
+
 // The account of the player in the world of the tests.
 inline constexpr char kPlayerId[] = "00000000000000000000000000000001";
 inline constexpr char kPlayerProductId[] = "0000000000000000000000000000000a";

@@ -33,8 +33,6 @@ namespace zelk_test {
 namespace {
 
 constexpr uint64_t kDefaultRequests = ZELK_SANITIZED ? 5'000 : 100'000;
-constexpr int32_t kWillRetry = 19;
-constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
 
 constexpr std::array kCalls{
     "EOS_Auth_Login",
@@ -58,7 +56,7 @@ constexpr std::array kCalls{
     "EOS_EpicAccountId_FromString",
     "EOS_ProductUserId_ToString",
 };
-constexpr std::array kCodes{0, 0, 0, 1, 2, 3, 4, 8, 10, 17, 18, 19, 19, 1020, 1060, 4242};
+constexpr std::array kResults{0, 0, 0, 1, 2, 3, 4, 8, 10, 17, 18, 19, 19, 1020, 1060, 4242};
 constexpr std::array kLogins{
     R"({"LoginMode":"AccountPortal")",
     R"({"LoginMode":"AccountPortal")",
@@ -122,7 +120,7 @@ class Soak : public PluginTest {
     eos_standin::ClearRules();
     for (uint64_t rules = Below(4); rules > 0; --rules) {
       eos_standin::AddRule({.call = OneOf(kCalls),
-                            .result = OneOf(kCodes),
+                            .result = OneOf(kResults),
                             .skip = static_cast<int64_t>(Below(4)),
                             .times = static_cast<int64_t>(1 + Below(5)),
                             .after_ticks = static_cast<int64_t>(OneIn(50) ? 1'000'000 : Below(20)),

@@ -13,13 +13,10 @@ namespace {
 
 using zelk_test::PrintTo;
 
-constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
-
 // Those that mean something of their own to some call, some that mean nothing to any, and success.
 // Success is last: by then nothing that is fetched once and kept was there to be kept.
 constexpr int32_t kInvalidUser = 3;
 constexpr int32_t kInvalidParameters = 10;
-constexpr int32_t kWillRetry = 19;
 constexpr std::array kCodes{kInvalidUser, 18, kWillRetry, 1020, 1060,       4,    2,
                             10,           8,  17,         1,    0x7FFFFFFF, 4242, 0};
 
@@ -342,7 +339,9 @@ class FriendSweep : public SweepTest, public testing::WithParamInterface<FriendR
     EXPECT_EQ(result.base.third_code, effect.passes_code_on ? code : effect.ret_code);
     EXPECT_EQ(result.friends.size(), effect.friends);
     std::size_t detailed = 0;
-    for (const zelk::PersonInfo& person : result.friends) detailed += !person.user_name.empty();
+    for (const zelk::PersonInfo& person : result.friends) {
+      if (!person.user_name.empty()) ++detailed;
+    }
     EXPECT_EQ(detailed, effect.detailed);
   }
 };
