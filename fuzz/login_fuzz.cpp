@@ -19,7 +19,8 @@ void ExpectOneAnswer(const BaseParams& params, const Ask& ask) {
   Settle(Plugin());
   int answers = 0;
   core_standin::DrainTaskQueue([&](const core_standin::CommittedResult& result) {
-    answers += result.seq_id == params.seq_id.c_str();  // the core's texts end at a NUL
+    answers += result.seq_id ==
+               params.seq_id.c_str();  // NOLINT(readability-redundant-string-cstr): ends at a NUL
     Expect(answers == 1, "no answer but one to " + params.seq_id);
   });
   Expect(answers == 1, "an answer to " + params.seq_id);

@@ -41,7 +41,7 @@ struct Account : host::GameObserver {
   void OnRequest(const host::Request& request) override {
     ++asked;
     const bool is_page = request.entry_point == host::EntryPoint::kFriends;
-    may_stay_unanswered += is_page && request.params.seq_id.empty();
+    if (is_page && request.params.seq_id.empty()) ++may_stay_unanswered;
   }
   void OnResult(const core_standin::CommittedResult&) override { ++answered; }
 

@@ -67,7 +67,9 @@ void UseWorld(const std::string& file) {
 using namespace zelk::fuzz;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  mmap(counters, kCounters, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+  void* const shared = mmap(counters, kCounters, PROT_READ | PROT_WRITE,
+                            MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+  Expect(shared == counters, "counters that the children share");
   Plugin();
   return 0;
 }

@@ -235,7 +235,7 @@ int RunTour(const Options& options) {
   if (temporary.has_value()) {
     arguments.insert(arguments.begin(), {"--state-dir", Utf8FromPath(directory)});
   }
-  arguments.push_back("--next-process");
+  arguments.emplace_back("--next-process");
   return std::max(status, RunAgain(arguments));
 }
 

@@ -6,8 +6,11 @@
 
 namespace zelk::host {
 
+// Everything that the plugin does, as a transcript; the end of it in a process of its own.
 int RunTour(const Options& options);
+// The script, from its file or from standard input.
 int RunPlay(const Options& options);
+// A sign-in, with what the command line gives or with what was kept.
 int RunLogin(const Options& options);
 int RunAutoLogin(const Options& options);
 

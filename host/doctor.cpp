@@ -83,7 +83,7 @@ Finding CheckConfiguration(Installation& installation) {
   if (!problem.empty()) return Error(problem, "host/config.example.json shows how it must look");
   std::vector<std::string> missing;
   for (const ConfigRow& row : kConfig) {
-    if (Config::GetString(row.key, "", kConfigSection).empty()) missing.push_back(row.key);
+    if (Config::GetString(row.key, "", kConfigSection).empty()) missing.emplace_back(row.key);
   }
   if (!missing.empty()) {
     return Error(fmt::format("{}: missing or empty: {}", file, List(missing)),

@@ -45,7 +45,7 @@ constexpr std::array kEntryPoints{
                   }},
 };
 
-const EntryPointRow& Row(EntryPoint entry_point) {
+const EntryPointRow& RowOf(EntryPoint entry_point) {
   return kEntryPoints[static_cast<std::size_t>(entry_point)];
 }
 
@@ -116,12 +116,12 @@ Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool
           .is_in_game = is_in_game};
 }
 
-const char* EntryPointName(EntryPoint entry_point) { return Row(entry_point).name; }
+const char* EntryPointName(EntryPoint entry_point) { return RowOf(entry_point).name; }
 
 void Game::Issue(const Request& request) {
   for (GameObserver* observer : observers_) observer->OnRequest(request);
   ++waiting_[request.params.seq_id.c_str()];  // the core's texts end at a NUL
-  Row(request.entry_point).call(plugin_, request);
+  RowOf(request.entry_point).call(plugin_, request);
   Deliver();
 }
 

@@ -14,8 +14,10 @@
 
 namespace zelk::host {
 
+// What a player can ask for.
 enum class EntryPoint { kLogin, kAutoLogin, kLogout, kFriends };
 
+// A call of an entry point, with its arguments.
 struct Request {
   EntryPoint entry_point;
   BaseParams params;
@@ -50,6 +52,7 @@ class GameObserver {
   virtual void OnResult(const core_standin::CommittedResult&) {}
 };
 
+// Plays the core: one game, and with it one account of requests and answers, for a plugin.
 class Game {
  public:
   using Result = core_standin::CommittedResult;

@@ -7,6 +7,7 @@
 #include "options.h"
 #include "platform.h"
 
+// NOLINTNEXTLINE(bugprone-exception-escape): an error that cannot be printed ends the program too
 int main(int argc, char** argv) try {
   zelk::host::PrepareStandardStreams();
   zelk::host::Options options;

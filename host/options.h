@@ -15,6 +15,7 @@ namespace zelk::host {
 // The status of a bad command line or bad input.
 inline constexpr int kBadInput = 2;
 
+// What a login's parameters are made of; an empty id, password or code is left out.
 struct LoginArguments {
   std::string mode = "AccountPortal";
   std::string id;
@@ -23,12 +24,14 @@ struct LoginArguments {
   std::string permissions = kAllPermissions;  // of an automatic login too
 };
 
+// A page of friends; page 0 is all of them.
 struct FriendsArguments {
   int32_t page = 0;
   int32_t count = 10;
   bool is_in_game = false;
 };
 
+// The command line.
 struct Options {
   std::string plugin;
   std::string config;
@@ -47,6 +50,7 @@ struct Options {
   bool next_process = false;  // of a tour
 };
 
+// The levels by the words of the command line.
 extern const std::map<std::string, LogLevel> kLogLevels;
 
 // Reads `options.arguments`. With a value there is nothing left to do: help was asked for or

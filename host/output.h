@@ -13,8 +13,10 @@
 
 namespace zelk::host {
 
+// Keeps the members in the order in which they were set.
 using Json = nlohmann::ordered_json;
 
+// As it is, on standard output.
 void PrintText(std::string_view text);
 
 // One JSON object on a line of its own; invalid UTF-8 in it is replaced.

@@ -16,7 +16,7 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-extern char** environ;
+extern char** environ;  // NOLINT(readability-redundant-declaration): only some systems declare it
 #endif
 
 namespace zelk::host {

@@ -24,6 +24,7 @@ void SetEnvironment(const char* name, const std::filesystem::path& value);
 // Where GetTempPathA will point.
 void SetTemporaryDirectory(const std::filesystem::path& directory);
 
+// The file of this program, the plugin beside it, and where sign-ins are kept for this user.
 std::filesystem::path OwnExecutable();
 std::filesystem::path DefaultPluginFile();
 std::filesystem::path DefaultStateDirectory();

@@ -27,6 +27,7 @@ inline constexpr char kSendMessageName[] =
 // Throws std::runtime_error naming the file and what is wrong with it.
 SharedLibrary LoadPluginFile(const std::filesystem::path& file);
 
+// A loaded plugin and its entry points. It stays loaded.
 class PluginLibrary {
   SharedLibrary library_;  // before the entry points, which are found through it
 

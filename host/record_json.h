@@ -6,11 +6,13 @@
 
 namespace zelk::host {
 
+// What the record has in common with every other; lives as long as `record`.
 const BaseResult& Base(const core_standin::Record& record);
 
 // "AuthPluginResult" and the like.
 const char* TypeName(const core_standin::Record& record);
 
+// All of the fields.
 Json RecordJson(const core_standin::Record& record);
 
 // {"event":"result",...}

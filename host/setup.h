@@ -31,6 +31,7 @@ inline constexpr std::array kConfig{
 // Loads the file, or the demo values when it is "". Returns "" or what is wrong.
 std::string UseConfig(const std::string& file);
 
+// The plugin to load: the one named, or the one beside this program.
 std::filesystem::path PluginFile(const Options& options);
 
 // Where sign-ins are kept: the store lies in it, EOS keeps its own in the folder `EosDirectory`.

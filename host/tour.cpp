@@ -17,7 +17,7 @@ void PrintHeading(const std::string& heading) {
 }
 
 // A block of lines; the first of them carries its name.
-void PrintBlock(std::string_view name, std::string text) {
+void PrintBlock(std::string_view name, const std::string& text) {
   if (text.empty()) return;
   const std::string label = fmt::format("  {:<{}}", name, kIndent.size() - 2);
   PrintText(Styled(Style::kDim, label) + text.substr(kIndent.size()));

@@ -11,6 +11,7 @@
 
 namespace zelk::host {
 
+// How a text stands out.
 enum class Style { kBold, kDim, kGood, kDoubtful, kBad };
 
 // As it is when standard output is no terminal or the environment has NO_COLOR.

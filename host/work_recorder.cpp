@@ -27,7 +27,7 @@ constexpr std::array kBegins{
 };
 
 // A sign-out reaches EOS only when the line about it is followed by the conversion of the account.
-constexpr std::string_view kLogout = "epic logout";
+constexpr std::string_view kSignOut = "epic logout";
 constexpr std::string_view kConversion = "Call EOS_EpicAccountId_FromString";
 constexpr std::array kLogoutCalls{"EOS_Auth_Logout", "EOS_Auth_DeletePersistentAuth"};
 
@@ -149,7 +149,7 @@ void WorkRecorder::sink_it_(const spdlog::details::log_msg& line) {
   if (is_signing_out_ && text.starts_with(kConversion)) {
     for (const char* call : kLogoutCalls) Begin(call, "", "");
   }
-  if (!IsOfEos(text)) is_signing_out_ = text.starts_with(kLogout);
+  if (!IsOfEos(text)) is_signing_out_ = text.starts_with(kSignOut);
   for (const EndRow& row : kEnds) {
     if (text.starts_with(row.text)) Complete(row.call, OutcomeIn(text, row), row.is_shared);
   }

@@ -23,6 +23,7 @@ struct LoginRequest;
 // Writes a message of EOS into the SDK's log. Any thread; takes no lock.
 void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message);
 
+// One per process: the platform, and at most one player who is signed in.
 class EpicAuth {
  public:
   // The one instance, created by the first call and never destroyed. Any thread; never null.

@@ -27,6 +27,7 @@ void AtBoundary(const char* function, Action action, Answer answer) noexcept {
   }
 }
 
+// The same where no request waits for an answer.
 template <class Action>
 void AtBoundary(const char* function, Action action) noexcept {
   AtBoundary(function, action, [] {});

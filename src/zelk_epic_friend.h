@@ -15,8 +15,10 @@
 
 namespace zelk {
 
+// The friends of a page, or all of them, as a FriendResult carries them.
 using PersonList = zelk_tp_stl_c::vector<PersonInfo>;
 
+// One per process, without any state of its own.
 class EpicFriend {
  public:
   // The one instance, created by the first call and never destroyed. Any thread; never null.

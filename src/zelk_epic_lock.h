@@ -52,7 +52,7 @@ class EosLock {
   template <class T>
   union Immortal {
     Immortal() : value() {}
-    ~Immortal() {}
+    ~Immortal() {}  // NOLINT(modernize-use-equals-default): that would be deleted
     T value;
   };
 

@@ -10,6 +10,7 @@
 
 namespace zelk {
 
+// The tag of the plugin's lines.
 inline constexpr char kLogTag[] = "ZELK";
 
 // "zelk::EpicAuth::InitEpic" out of the compiler's "bool zelk::EpicAuth::InitEpic(const

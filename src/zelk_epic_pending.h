@@ -69,9 +69,11 @@ struct ReleasePending {
   void operator()(PendingContext* context) const noexcept;
 };
 
+// The one owner of a context while the plugin works on it.
 template <class Context>
 using Pending = std::unique_ptr<Context, ReleasePending>;
 
+// Makes a context, owned by the caller.
 template <class Context, class... Arguments>
 Pending<Context> MakePending(Arguments&&... arguments) {
   return Pending<Context>(new Context(std::forward<Arguments>(arguments)...));

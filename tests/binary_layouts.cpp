@@ -1,7 +1,7 @@
 // Compiled only: the layouts that the plugin shares with EOS, the same for every compiler, and a
 // call by which the name of the plugin's C++ export can be read in the assembler's text. No header
 // of a standard library is needed, so that it can be compiled for Microsoft's compiler anywhere.
-#include <stddef.h>
+#include <stddef.h>  // NOLINT(modernize-deprecated-headers): the C header alone is there for every compiler
 
 #include "core_contract/friend.h"
 #include "eos_logging.h"

@@ -21,6 +21,7 @@ TEST(SdkString, HoldsATextUpToItsFirstNul) {
     uint64_t nodes;
   } rows[] = {
       {SdkString(), "", 0},
+      // NOLINTNEXTLINE(bugprone-string-constructor): unlike std::string it takes null
       {SdkString(static_cast<const char*>(nullptr)), "", 0},
       {SdkString(""), "", 0},
       {SdkString(std::string("a\0b", 3)), "a", 1},

@@ -42,11 +42,11 @@ TEST(TaskQueue, HandsOutCopiesOfEveryTypeInTheOrderOfTheCommits) {
         EXPECT_STREQ(answer->friend_info_list[0].user_name.c_str(), "Ann");
       }
     };
-    EXPECT_EQ(core_standin::DrainTaskQueue(head), 4u);
+    EXPECT_EQ(core_standin::DrainTaskQueue(head), 4U);
     EXPECT_EQ(
         heads,
         "3 203 s1 1 9999 3 third error\n2 102 s2 0 0 0 \n1 102 s3 0 17 0 \n0 107 s4 0 11 0 \n");
-    EXPECT_EQ(core_standin::DrainTaskQueue(head), 0u);
+    EXPECT_EQ(core_standin::DrainTaskQueue(head), 0U);
   }
   EXPECT_EQ(foundation_standin::NodesOut(), nodes);
   EXPECT_EQ(foundation_standin::NodesMisused(), misused);
@@ -145,7 +145,7 @@ TEST_F(ConfigTest, RefusesWhatIsNoObjectOfObjectsOfTextsAndSaysWhere) {
       {std::string(200'000, '['), "1: the configuration must be"},
   };
   for (const auto& [text, problem] : cases) {
-    EXPECT_EQ(Load(text).find(file_.string() + ":" + problem), 0u)
+    EXPECT_EQ(Load(text).find(file_.string() + ":" + problem), 0U)
         << text.substr(0, 40) << ": " << Load(text);
     EXPECT_STREQ(Config::GetString("NAME", "lost", "ZELK").c_str(), "Demo");
   }

@@ -190,7 +190,7 @@ TEST_P(EosMisuse, IsReportedByItsRule) {
   ASSERT_TRUE(Misuses().empty());
   GetParam().provoke(*this);
   // What comes back late was first missed.
-  ASSERT_EQ(Misuses().size(), rule.ends_with("-after-platform") ? 2u : 1u);
+  ASSERT_EQ(Misuses().size(), rule.ends_with("-after-platform") ? 2U : 1U);
   EXPECT_EQ(Misuses().back().rule, rule);
 }
 INSTANTIATE_TEST_SUITE_P(All, EosMisuse, testing::ValuesIn(kMisuses), [](const auto& row) {

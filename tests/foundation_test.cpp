@@ -199,7 +199,7 @@ TEST_F(Foundation, StoreSetsADamagedFileAside) {
     fs::path aside = file_;
     aside += suffix;
     EXPECT_EQ(ReadFile(aside), text);
-    ASSERT_EQ(sink_->lines.size(), 1u);
+    ASSERT_EQ(sink_->lines.size(), 1U);
     EXPECT_TRUE(sink_->lines[0].starts_with("ZELK E key_value_store.cpp:"));
     EXPECT_TRUE(sink_->lines[0].ends_with(
         fmt::format("[{}] is damaged, set aside as [{}]", Utf8(file_), Utf8(aside))));
@@ -211,13 +211,13 @@ TEST_F(Foundation, StoreNeverOverwritesWhatItCannotReadAndAnswersFromMemory) {
   fs::create_directories(file_ / "not a file");
   EXPECT_FALSE(Set("a", "1"));
   EXPECT_TRUE(fs::is_directory(file_ / "not a file"));
-  EXPECT_EQ(sink_->lines.size(), 2u);
+  EXPECT_EQ(sink_->lines.size(), 2U);
   EXPECT_EQ(Get("a"), "1");
 
   std::ofstream(directory_ / "file") << "no directory";
   foundation_standin::SetStoreDirectory(directory_ / "file" / "below");
   EXPECT_FALSE(Set("a", "2"));
-  EXPECT_EQ(sink_->lines.size(), 3u);
+  EXPECT_EQ(sink_->lines.size(), 3U);
   EXPECT_EQ(Get("a"), "2");
 }
 
@@ -233,7 +233,7 @@ TEST_F(Foundation, IsUsedFromManyThreadsAtOnce) {
   }
   for (int time = 0; time < 100; ++time) foundation_standin::SetLogSinks({sink_});
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(sink_->lines.size(), 40u);
+  EXPECT_EQ(sink_->lines.size(), 40U);
   EXPECT_EQ(GetAgain("3"), "9");
 }
 
@@ -243,7 +243,7 @@ TEST_F(Foundation, NodesAreCountedAndFailOnDemand) {
   foundation_standin::FailNodeAllocations(1);
   EXPECT_EQ(zelk_tp_stl_ex::allocate_node(8), nullptr);
   EXPECT_EQ(zelk_tp_stl_ex::allocate_node(~uint64_t{0}), nullptr);
-  for (const uint64_t released_as : {8u, 9u}) {
+  for (const uint64_t released_as : {8U, 9U}) {
     void* node = zelk_tp_stl_ex::allocate_node(8);
     EXPECT_EQ(foundation_standin::NodesOut(), before + 1);
     zelk_tp_stl_ex::deallocate_node(node, released_as);

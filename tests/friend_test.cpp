@@ -266,11 +266,11 @@ TEST_F(Friends, StandInTheOrderOfTheAnswers) {
   windows_standin::FailCreateThread(true);
   std::vector<std::string> in_order;
   for (const zelk::PersonInfo& person : Page(1, 40).friends)
-    in_order.push_back(person.openid.c_str());
+    in_order.emplace_back(person.openid.c_str());
   eos_standin::SetCompletionOrder(eos_standin::CompletionOrder::kReversed);
   std::vector<std::string> reversed;
   for (const zelk::PersonInfo& person : Page(1, 50).friends)
-    reversed.push_back(person.openid.c_str());
+    reversed.emplace_back(person.openid.c_str());
   ASSERT_EQ(reversed.size(), 40U);
   std::ranges::reverse(reversed);
   EXPECT_EQ(reversed, in_order);

@@ -369,7 +369,7 @@ TEST_F(Host, TheDoctorTellsEveryErrorAndChangesNothing) {
   const DoctorRow rows[] = {
       {"", {}},
       {"--config nowhere.json", {{"configuration", "nowhere.json"}}},
-      {"--config " + File("part.json", part + "\",\"EPIC_CLIENT_ID\":\"\"}}"),
+      {"--config " + File("part.json", part + R"(","EPIC_CLIENT_ID":""}})"),
        {{"configuration", "EPIC_PRODUCT_VERSION, EPIC_PRODUCT_ID"}}},
       {"--config " + File("long.json", part + rest), {{"configuration", "65"}}},
       {"--plugin " + path(folder_ / "nowhere"), {{"plugin", "nowhere"}}},

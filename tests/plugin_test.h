@@ -26,8 +26,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-inline constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
-
 // A log line of the plugin or of EOS through it.
 struct Line {
   int level;
@@ -118,6 +116,10 @@ class PluginTest : public testing::Test {
   std::map<std::string, int> answered_;
   std::vector<Result> results_;
 };
+
+// The login mode that needs nothing of the player, and the result of a completion that comes again.
+inline constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
+inline constexpr int32_t kWillRetry = 19;
 
 // The account of the player in the world of the tests.
 inline constexpr char kPlayerId[] = "00000000000000000000000000000001";

@@ -42,7 +42,7 @@ constexpr std::array kCalls{
     "EOS_EpicAccountId_FromString",
     "EOS_ProductUserId_ToString",
 };
-constexpr std::array kCodes{0, 0, 0, 1, 2, 3, 4, 8, 10, 17, 18, 19, 19, 1020, 1060, 4242};
+constexpr std::array kResults{0, 0, 0, 1, 2, 3, 4, 8, 10, 17, 18, 19, 19, 1020, 1060, 4242};
 constexpr std::array kLogins{
     R"({"LoginMode":"AccountPortal")",
     R"({"LoginMode":"AccountPortal")",
@@ -105,7 +105,7 @@ class Soak : public PluginTest {
     eos_standin::ClearRules();
     for (uint64_t rules = Below(4); rules > 0; --rules) {
       eos_standin::AddRule({.call = OneOf(kCalls),
-                            .result = OneOf(kCodes),
+                            .result = OneOf(kResults),
                             .skip = static_cast<int64_t>(Below(4)),
                             .times = static_cast<int64_t>(1 + Below(5)),
                             .after_ticks = static_cast<int64_t>(OneIn(50) ? 1'000'000 : Below(20)),

@@ -160,7 +160,7 @@ std::string EpicAuth::local_product_userid_;
 EpicAuth::EpicAuth() { ZELK_LOG(kLogInfo, "EpicAuth construction"); }
 
 EpicAuth* EpicAuth::GetInstance() {
-  static EpicAuth* const instance = new EpicAuth;
+  static auto* const instance = new EpicAuth;
   return instance;
 }
 

@@ -6,6 +6,7 @@
 
 namespace zelk {
 
+// The settings of the process, by section and key.
 class Config {
  public:
   // Any thread. The value of `key` in the section `section`, or `default_value` when there is none.

@@ -13,6 +13,7 @@ namespace zelk {
 // A friend message request; only the core looks inside it.
 class FriendReqInfo;
 
+// Sends messages to friends; the core does the work.
 class Friend {
  public:
   // The core's. Any thread; both arguments are copied.

@@ -17,12 +17,14 @@
 
 namespace zelk {
 
+// How grave a line is; the logger drops what lies below its threshold.
 enum LogLevel : int32_t {
   kLogInfo = 1,
   kLogWarning = 2,
   kLogError = 3,
 };
 
+// The one logger of the process.
 class Log {
  public:
   // Any thread. Never null; the logger lives as long as the process.

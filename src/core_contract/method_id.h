@@ -144,17 +144,16 @@
 
 namespace zelk {
 
+// What `BaseParams::method_id` holds.
 enum MethodID : int32_t {
-#define ZELK_ENUMERATOR(name, value) name = value,
+#define ZELK_ENUMERATOR(name, value) name = (value),
   ZELK_METHOD_IDS(ZELK_ENUMERATOR)
 #undef ZELK_ENUMERATOR
 };
 
 // The name of every identifier, by its value.
-static const std::map<int32_t, std::string> kMethodIDNames = {
 #define ZELK_NAME_ROW(name, value) {name, #name},
-    ZELK_METHOD_IDS(ZELK_NAME_ROW)
+static const std::map<int32_t, std::string> kMethodIDNames = {ZELK_METHOD_IDS(ZELK_NAME_ROW)};
 #undef ZELK_NAME_ROW
-};
 
 }  // namespace zelk

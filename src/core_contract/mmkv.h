@@ -8,6 +8,7 @@
 
 namespace zelk {
 
+// Who may open the store at the same time.
 enum MMKVMode : int32_t {
   kMmkvSingleProcess = 1,
 };

@@ -10,6 +10,7 @@ class basic_string;
 
 namespace zelk {
 
+// The text that crosses the libraries: sdk_string.h defines it.
 using SdkString = zelk_tp_stl_c::basic_string<char>;
 
 }  // namespace zelk

@@ -167,7 +167,7 @@ constinit PendingList left_for_tick;
 }  // namespace
 
 EpicFriend* EpicFriend::GetInstance() {
-  static EpicFriend* const instance = new EpicFriend;
+  static auto* const instance = new EpicFriend;
   return instance;
 }
 

@@ -36,7 +36,9 @@ constexpr std::array kCredentials{
 };
 
 // What a credential type uses must be there, what it does not use must be null.
-bool Fits(const char* text, bool used) { return used ? text != nullptr && *text != '\0' : !text; }
+bool Fits(const char* text, bool used) {
+  return used ? text != nullptr && *text != '\0' : text == nullptr;
+}
 
 EOS_EResult CheckCredentials(const EOS_Auth_Credentials& credentials) {
   if (CheckVersion(credentials.ApiVersion, EOS_AUTH_CREDENTIALS_API_LATEST) != EOS_Success) {

@@ -5,8 +5,6 @@
 namespace eos_standin {
 namespace {
 
-constexpr auto kRelaxed = std::memory_order_relaxed;
-
 // The thread inside the library, as the address of something of its own. Relaxed, so that it orders
 // nothing between the threads: a race of the callers stays visible to a thread sanitizer.
 std::atomic<const void*> thread_inside{nullptr};

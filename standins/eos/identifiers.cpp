@@ -72,9 +72,9 @@ std::string KeyText(Key key) {
 }
 
 uint64_t Mix(uint64_t value) {
-  value += 0x9E3779B97F4A7C15u;
-  value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9u;
-  value = (value ^ (value >> 27)) * 0x94D049BB133111EBu;
+  value += 0x9E3779B97F4A7C15U;
+  value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9U;
+  value = (value ^ (value >> 27)) * 0x94D049BB133111EBU;
   return value ^ (value >> 31);
 }
 

@@ -20,7 +20,7 @@ struct Key {
 
 struct KeyHash {
   size_t operator()(const Key& key) const {
-    return static_cast<size_t>((key.high ^ (key.low * 0x9E3779B97F4A7C15u)) >> 7);
+    return static_cast<size_t>((key.high ^ (key.low * 0x9E3779B97F4A7C15U)) >> 7);
   }
 };
 

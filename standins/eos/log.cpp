@@ -11,8 +11,6 @@
 namespace eos_standin {
 namespace {
 
-constexpr auto kRelaxed = std::memory_order_relaxed;
-
 // Atomic because messages come from threads of the library's own too.
 struct Category {
   EOS_ELogCategory id;

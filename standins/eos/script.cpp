@@ -10,8 +10,6 @@
 namespace eos_standin {
 namespace {
 
-constexpr auto kRelaxed = std::memory_order_relaxed;
-
 struct RuleInUse {
   Rule rule;
   int64_t seen = 0;

@@ -18,6 +18,9 @@
 
 namespace eos_standin {
 
+// What is read at every call orders nothing between the threads.
+inline constexpr auto kRelaxed = std::memory_order_relaxed;
+
 // What the rules make of one call; as it stands here when none applies.
 struct Scripted {
   EOS_EResult result = EOS_EResult::EOS_Success;

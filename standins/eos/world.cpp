@@ -8,8 +8,8 @@ namespace {
 
 // The number of a friend made up is the second half of its identifier, multiplied so that it does
 // not look like a number, and multiplied back.
-constexpr uint64_t kSpread = 0x9E3779B97F4A7C15u;
-constexpr uint64_t kGather = 0xF1DE83E19937733Du;
+constexpr uint64_t kSpread = 0x9E3779B97F4A7C15U;
+constexpr uint64_t kGather = 0xF1DE83E19937733DU;
 static_assert(kSpread * kGather == 1);
 
 struct Locale {

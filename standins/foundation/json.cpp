@@ -15,6 +15,7 @@ std::string Dump(const Json& value) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): an empty value of the library does not throw
 struct JSONWriter::Document {
   nlohmann::ordered_json object;
   bool open = false;

@@ -27,6 +27,7 @@ class FriendReqInfo {
 
 namespace core_standin {
 
+// The result records that a plugin commits.
 using Record = std::variant<BaseResult, AuthResult, AuthPluginResult, FriendResult>;
 
 // A result as it was committed.
@@ -51,6 +52,7 @@ ZELK_CORE_API std::string LoadConfig(const std::filesystem::path& file);
 ZELK_CORE_API void SetConfig(const std::string& section, const std::string& key,
                              const std::string& value);
 
+// A friend message as the core received it.
 struct SentMessage {
   FriendReqInfo info;
   std::string channel;
