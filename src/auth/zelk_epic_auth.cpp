@@ -11,6 +11,7 @@
 
 #include "core_contract/config.h"
 #include "core_contract/json.h"
+#include "core_contract/login_parameters.h"
 #include "core_contract/method_id.h"
 #include "core_contract/mmkv.h"
 #include "core_contract/results.h"
@@ -27,8 +28,6 @@
 namespace zelk {
 namespace {
 
-constexpr char kStoredParametersKey[] = "epic_login_extra_json";
-constexpr char kLoginModeKey[] = "LoginMode";
 constexpr char kChannel[] = "Epic";
 constexpr int32_t kChannelId = 24;
 
@@ -377,13 +376,10 @@ struct LoginMode {
   const char* id_key;     // where the credentials' Id comes from, if they have one
   const char* token_key;  // likewise their Token
 };
-constexpr std::array kLoginModes{
-    LoginMode{"IDPassword", EOS_ELoginCredentialType::EOS_LCT_Password, "ID", "Password"},
-    LoginMode{"DevAuth", EOS_ELoginCredentialType::EOS_LCT_Developer, "ID", "Password"},
-    LoginMode{"ExchangeCode", EOS_ELoginCredentialType::EOS_LCT_ExchangeCode, nullptr, "Code"},
-    LoginMode{"PinGrant", EOS_ELoginCredentialType::EOS_LCT_DeviceCode, nullptr, nullptr},
-    LoginMode{"AccountPortal", EOS_ELoginCredentialType::EOS_LCT_AccountPortal, nullptr, nullptr},
-};
+#define ZELK_ROW(word, type, id_key, token_key) \
+  LoginMode{word, EOS_ELoginCredentialType::type, id_key, token_key},
+constexpr std::array kLoginModes{ZELK_LOGIN_MODES(ZELK_ROW)};
+#undef ZELK_ROW
 // Any other word goes to EOS as it is, without credentials: EOS says what is wrong with it.
 constexpr LoginMode kOtherLoginMode{"", EOS_ELoginCredentialType::EOS_LCT_Password, nullptr,
                                     nullptr};
@@ -397,11 +393,9 @@ struct Permission {
   std::string_view word;
   EOS_EAuthScopeFlags scope_flag;
 };
-constexpr std::array kPermissions{
-    Permission{"basic_profile", EOS_EAuthScopeFlags::EOS_AS_BasicProfile},
-    Permission{"friends_list", EOS_EAuthScopeFlags::EOS_AS_FriendsList},
-    Permission{"presence", EOS_EAuthScopeFlags::EOS_AS_Presence},
-};
+#define ZELK_ROW(word, scope_flag) Permission{word, EOS_EAuthScopeFlags::scope_flag},
+constexpr std::array kPermissions{ZELK_PERMISSIONS(ZELK_ROW)};
+#undef ZELK_ROW
 
 bool HasLoginMode(const JSONReaderParse& parameters) {
   return parameters.IsObject() && parameters.HasMember(kLoginModeKey);
