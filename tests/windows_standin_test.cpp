@@ -1,7 +1,11 @@
 // What the tests of the plugin rely on: threads, handles and heap blocks are counted, misuse is
 // seen.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -44,6 +48,54 @@ TEST(WindowsStandin, CountsAThreadUntilItEndsAndItsHandleUntilItIsClosed) {
   EXPECT_EQ(CreateThread(nullptr, 0, AnswerSeven, nullptr, 0, nullptr), nullptr);
   EXPECT_EQ(windows_standin::ThreadsRunning() + windows_standin::HandlesOpen(), 0);
   windows_standin::FailCreateThread(false);
+}
+
+// Lowering takes no right, so it shows what raising does where it is allowed.
+DWORD TellNiceBelowNormal(LPVOID answer) {
+  SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
+  while (!may_end) std::this_thread::yield();
+  *static_cast<int*>(answer) = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+  return 0;
+}
+
+TEST(WindowsStandin, SchedulesAThreadByThePriorityThatItRemembers) {
+  const int normal = getpriority(PRIO_PROCESS, 0);
+  int nice = normal;
+  may_end = false;
+  const HANDLE thread = CreateThread(nullptr, 0, TellNiceBelowNormal, &nice, 0, nullptr);
+  while (GetThreadPriority(thread) != THREAD_PRIORITY_BELOW_NORMAL) std::this_thread::yield();
+  EXPECT_FALSE(SetThreadPriority(thread, 7));
+  EXPECT_TRUE(SetThreadPriority(thread, THREAD_PRIORITY_LOWEST));
+  EXPECT_EQ(windows_standin::LastPrioritySet(), THREAD_PRIORITY_LOWEST);
+  EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_NORMAL);
+  AwaitThreads();
+  EXPECT_EQ(nice, std::min(normal + 10, 19));
+  EXPECT_TRUE(CloseHandle(thread));
+  EXPECT_EQ(GetThreadPriority(thread), THREAD_PRIORITY_ERROR_RETURN);
+}
+
+DWORD HoldUntilTheEnd(LPVOID module) {
+  while (!may_end) std::this_thread::yield();
+  FreeLibraryAndExitThread(static_cast<HMODULE>(module), 0);
+}
+
+bool IsPluginMapped() {
+  void* const plugin = dlopen(ZELK_PLUGIN_FILE, RTLD_LAZY | RTLD_NOLOAD);
+  return plugin != nullptr && dlclose(plugin) == 0;
+}
+
+TEST(WindowsStandin, KeepsALibraryMappedUntilTheThreadThatHoldsItIsGone) {
+  void* const plugin = dlopen(ZELK_PLUGIN_FILE, RTLD_LAZY);
+  ASSERT_NE(plugin, nullptr) << dlerror();
+  HMODULE module = nullptr;
+  const auto* const inside = static_cast<LPCSTR>(dlsym(plugin, "zelk_epic_update"));
+  ASSERT_TRUE(GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, inside, &module));
+  may_end = false;
+  CloseHandle(CreateThread(nullptr, 0, HoldUntilTheEnd, module, 0, nullptr));
+  dlclose(plugin);
+  EXPECT_TRUE(IsPluginMapped());
+  AwaitThreads();
+  EXPECT_FALSE(IsPluginMapped());
 }
 
 TEST(WindowsStandin, CountsHeapBlocksAndSeesMisuse) {
