@@ -38,6 +38,7 @@ endfunction()
 
 if(NOT ZELK_EOS_SDK_DIR OR NOT ZELK_CORE_SDK_DIR)
   include(${CMAKE_CURRENT_LIST_DIR}/libraries.cmake)
+  add_subdirectory(standins/common)
 endif()
 
 if(ZELK_CORE_SDK_DIR)

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <variant>
 
+#include "common/json_error.h"
 #include "output.h"
 
 namespace zelk::host {
@@ -151,15 +152,12 @@ void Run(Game& game, const std::string& text) {
   call.run(game, ReadStep(line, call));
 }
 
-// Without the parser's name for it and its own line number, which is 1 for every line of a script
-// ("[json.exception.parse_error.101] parse error at line 1, "), and without the better part of a
-// long line.
+// Without the parser's name for it and its own line number, which is 1 for every line of a script,
+// and without the better part of a long line.
 std::string Message(const std::exception& error) {
   constexpr std::size_t kLongest = 200;
-  constexpr std::string_view kPlace = "parse error at line 1, ";
-  std::string message = error.what();
-  if (message.starts_with("[json.")) message.erase(0, message.find("] ") + 2);
-  if (message.starts_with(kPlace)) message.erase(0, kPlace.size());
+  const auto [line, column, reason] = common::ExplainJsonError(error);
+  std::string message = line > 0 ? fmt::format("column {}: {}", column, reason) : reason;
   if (message.size() > kLongest) message = message.substr(0, kLongest) + "...";
   return message;
 }

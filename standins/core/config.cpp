@@ -1,18 +1,23 @@
 #include "core_contract/config.h"
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 #include <utility>
 
+#include "common/files.h"
+#include "common/json_error.h"
+#include "common/null_text.h"
+#include "common/paths.h"
 #include "zelk_core_standin.h"
 
 namespace zelk {
 namespace {
 
+using common::OrEmpty;
 using nlohmann::json;
 using Event = json::parse_event_t;
 using Section = std::map<std::string, std::string>;
@@ -42,10 +47,7 @@ class ConfigReader {
       };
       [[maybe_unused]] const json document = json::parse(stream_, observe);
     } catch (const json::exception& problem) {
-      // "[json.exception.parse_error.101] parse error at line 1, column 2: what is wrong"
-      const std::string what = problem.what();
-      const auto place = what.find(": ");
-      Refuse(place == std::string::npos ? what : what.substr(place + 2));
+      Refuse(common::ExplainJsonError(problem).reason);
     }
   }
 
@@ -58,7 +60,7 @@ class ConfigReader {
   void Observe(int depth, Event event, const json& parsed) {
     if (event == Event::object_end || event == Event::array_end) return;
     if (event == Event::key) {
-      TakeName(depth, parsed.get_ref<const std::string&>());
+      EnterName(depth, parsed.get_ref<const std::string&>());
     } else if (depth == 0 && event != Event::object_start) {
       Refuse("the configuration must be an object of sections");
     } else if (depth == 1 && event != Event::object_start) {
@@ -70,7 +72,7 @@ class ConfigReader {
     }
   }
 
-  void TakeName(int depth, const std::string& name) {
+  void EnterName(int depth, const std::string& name) {
     const bool is_section = depth == 1;
     if (is_section ? sections_.contains(name) : sections_[section_].contains(name)) {
       Refuse("'" + name + "' is given twice");
@@ -98,11 +100,8 @@ class ConfigReader {
 };
 
 std::string Problem(const std::filesystem::path& file, int line, const std::string& message) {
-  const std::u8string name = file.u8string();
-  return std::string(name.begin(), name.end()) + ":" + std::to_string(line) + ": " + message;
+  return common::Utf8FromPath(file) + ":" + std::to_string(line) + ": " + message;
 }
-
-const char* OrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
 }  // namespace
 
@@ -116,14 +115,9 @@ SdkString Config::GetString(const char* key, const char* default_value, const ch
 }
 
 std::string core_standin::LoadConfig(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  stream.peek();
-  if (!stream.is_open() || stream.bad()) return Problem(file, 1, "cannot be read");
-  std::ostringstream text;
-  text << stream.rdbuf();
-
-  const std::string contents = text.str();
-  ConfigReader reader(contents);
+  const std::optional<std::string> text = common::ReadFile(file);
+  if (!text) return Problem(file, 1, "cannot be read");
+  ConfigReader reader(*text);
   reader.Read();
   if (!reader.problem().empty()) return Problem(file, reader.line(), reader.problem());
 

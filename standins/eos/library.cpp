@@ -8,8 +8,9 @@
 #include <random>
 #include <stdexcept>
 
+#include "common/files.h"
+#include "common/paths.h"
 #include "entry.h"
-#include "files.h"
 #include "log.h"
 #include "results.h"
 
@@ -34,16 +35,17 @@ Library& TheLibrary() {
   return library;
 }
 
-World WorldFromFile(const std::string& path) {
-  const auto text = LoadFileAtUtf8Path(path);
-  if (!text) throw std::runtime_error(path + ": cannot be read");
-  return World::FromText(*text, path);
+World WorldFromFile(const std::filesystem::path& path) {
+  const std::string name = zelk::common::Utf8FromPath(path);
+  const auto text = zelk::common::ReadFile(path);
+  if (!text) throw std::runtime_error(name + ": cannot be read");
+  return World::FromText(*text, name);
 }
 
 World MakeWorld() {
   if (auto world = TakeWorld()) return std::move(*world);
-  const auto path = EnvironmentVariable("ZELK_EOS_WORLD");
-  return path ? WorldFromFile(*path) : World::BuiltIn();
+  const std::filesystem::path path = zelk::common::PathFromEnvironment("ZELK_EOS_WORLD");
+  return path.empty() ? World::BuiltIn() : WorldFromFile(path);
 }
 
 bool LoadWorld() try {
@@ -201,7 +203,7 @@ void EOS_PlatformHandle::Release() {
 
 EOS_STANDIN_API int32_t EOS_StandIn_CheckWorld(const char* path_utf8, char* message,
                                                int32_t message_size) try {
-  WorldFromFile(path_utf8);
+  WorldFromFile(zelk::common::PathFromUtf8(path_utf8));
   return 0;
 } catch (const std::exception& error) {
   if (message != nullptr && message_size > 0) {

@@ -1,12 +1,15 @@
 #include "persistent_auth.h"
 
-#include "files.h"
+#include "common/files.h"
+#include "common/paths.h"
 #include "log.h"
 
 namespace eos_standin {
 namespace {
 
 using enum EOS_ELogLevel;
+
+using zelk::common::PathFromSystemText;
 
 constexpr const char* kFileName = "EOS_PersistentAuth.json";
 
@@ -36,13 +39,16 @@ std::nullptr_t Warn(const char* what, const Platform& platform) {
 void KeepPersistentAuth(const Platform& platform, const Session& session) {
   if (platform.cache_directory.empty()) return;
   const Json json{{"account_id", session.id->text}, {"refresh_token", session.refresh_token}};
-  if (StoreFile(platform.cache_directory, kFileName, json.dump(2) + "\n")) return;
+  const std::filesystem::path file = PathFromSystemText(PathOf(platform));
+  const std::error_code error = zelk::common::ReplaceFile(file, json.dump(2) + "\n");
+  zelk::common::RemoveLeftovers(file);
+  if (!error) return;
   Log(kLogAuth, EOS_LOG_Error, "Persistent authorisation cannot be written: ", PathOf(platform));
 }
 
 const Account* PersistedAccount(const Platform& platform) {
   if (platform.cache_directory.empty()) return nullptr;
-  const auto text = LoadFile(PathOf(platform));
+  const auto text = zelk::common::ReadFile(PathFromSystemText(PathOf(platform)));
   if (!text) return Warn("is not there", platform);
   const auto id = AccountIn(*text);
   if (!id) return Warn("is damaged", platform);
@@ -51,7 +57,10 @@ const Account* PersistedAccount(const Platform& platform) {
 }
 
 bool ForgetPersistentAuth(const Platform& platform) {
-  if (platform.cache_directory.empty() || RemoveFile(PathOf(platform))) return true;
+  if (platform.cache_directory.empty()) return true;
+  std::error_code error;
+  std::filesystem::remove(PathFromSystemText(PathOf(platform)), error);
+  if (!error) return true;
   Log(kLogAuth, EOS_LOG_Error, "Persistent authorisation cannot be removed: ", PathOf(platform));
   return false;
 }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "common/json_error.h"
 #include "functions.h"
 #include "results.h"
 #include "world.h"
@@ -208,20 +209,6 @@ std::unique_ptr<Account> ReadAccount(const Node& node) {
   return account;
 }
 
-// "[json.exception.parse_error.101] parse error at line 3, column 5: what is wrong" -> "what is
-// wrong"; without a column what follows the brackets.
-std::string WhatIsWrong(const std::string& message) {
-  const size_t column = message.find(", column ");
-  const size_t start =
-      column == std::string::npos ? message.find("] ") : message.find(": ", column);
-  return start == std::string::npos ? message : message.substr(start + 2);
-}
-
-int64_t LineOf(const std::string& text, size_t byte) {
-  const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte, text.size()));
-  return 1 + std::count(text.begin(), end, '\n');
-}
-
 }  // namespace
 
 class WorldReader {
@@ -276,11 +263,11 @@ class WorldReader {
 World World::FromText(const std::string& text, const std::string& file) {
   try {
     return FromJson(Json::parse(text), file);
-  } catch (const Json::parse_error& error) {
-    throw std::runtime_error(file + ":" + std::to_string(LineOf(text, error.byte)) + ": " +
-                             WhatIsWrong(error.what()));
-  } catch (const Json::exception& error) {  // a number that no type holds
-    throw std::runtime_error(file + ": " + WhatIsWrong(error.what()));
+  } catch (const Json::exception& error) {
+    // A number that no type holds has no place.
+    const auto [line, column, reason] = zelk::common::ExplainJsonError(error);
+    const std::string place = line > 0 ? ":" + std::to_string(line) : "";
+    throw std::runtime_error(file + place + ": " + reason);
   }
 }
 

@@ -3,6 +3,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "common/null_text.h"
+
 namespace zelk {
 namespace {
 
@@ -59,7 +61,7 @@ JSONWriter& JSONWriter::Convert(const char* key, unsigned long long value) {
 }
 
 JSONWriter& JSONWriter::Convert(const char* key, const char* value, int kind) {
-  return Convert(key, std::string(value != nullptr ? value : ""), kind);
+  return Convert(key, std::string(common::OrEmpty(value)), kind);
 }
 
 JSONWriter& JSONWriter::Convert(const char* key, const std::string& value, int kind) {

@@ -1,5 +1,4 @@
 // The default key-value store: all entries in memory, and in one file that every change replaces.
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -8,9 +7,10 @@
 #include <system_error>
 #include <utility>
 
+#include "common/files.h"
+#include "common/paths.h"
 #include "core_contract/log.h"
 #include "core_contract/mmkv.h"
-#include "replace_file.h"
 #include "zelk_foundation_standin.h"
 
 #define ZELK_LOG_ERROR(...)                                                                       \
@@ -21,15 +21,10 @@ namespace zelk {
 namespace {
 
 namespace fs = std::filesystem;
+using common::Utf8FromPath;
 using Entries = std::map<std::string, std::string>;
 
 constexpr int kVersion = 1;
-
-// For the log.
-std::string Utf8(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
 
 bool IsUtf8(const std::string& text) {
   try {
@@ -61,18 +56,10 @@ std::optional<Entries> FromText(const std::string& text) {
   return entries;
 }
 
-std::optional<std::string> ReadAll(const fs::path& file) {
+// Nothing when the file cannot be read, or is no file.
+std::optional<std::string> ReadStore(const fs::path& file) {
   std::error_code error;
-  if (!fs::is_regular_file(file, error)) return {};
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream.is_open()) return {};
-  std::string text;
-  char block[4096];
-  while (stream.read(block, sizeof block), stream.gcount() > 0) {
-    text.append(block, static_cast<std::size_t>(stream.gcount()));
-  }
-  if (stream.bad()) return {};
-  return text;
+  return fs::is_regular_file(file, error) ? common::ReadFile(file) : std::nullopt;
 }
 
 // "zelk_store.json.damaged", or the first of "-2", "-3" and so on that is not taken.
@@ -93,10 +80,12 @@ bool SetAside(const fs::path& file) {
   fs::rename(file, aside, error);
   if (error) {
     ZELK_LOG_ERROR("[%s] is damaged and cannot be set aside as [%s]: %s; nothing will be stored",
-                   Utf8(file).c_str(), Utf8(aside).c_str(), error.message().c_str());
+                   Utf8FromPath(file).c_str(), Utf8FromPath(aside).c_str(),
+                   error.message().c_str());
     return false;
   }
-  ZELK_LOG_ERROR("[%s] is damaged, set aside as [%s]", Utf8(file).c_str(), Utf8(aside).c_str());
+  ZELK_LOG_ERROR("[%s] is damaged, set aside as [%s]", Utf8FromPath(file).c_str(),
+                 Utf8FromPath(aside).c_str());
   return true;
 }
 
@@ -147,9 +136,9 @@ class Store {
     bool replaceable = true;
     std::error_code error;
     if (fs::status(File(), error).type() != fs::file_type::not_found) {
-      const std::optional<std::string> text = ReadAll(File());
+      const std::optional<std::string> text = ReadStore(File());
       if (!text) {
-        ZELK_LOG_ERROR("[%s] cannot be read; nothing will be stored", Utf8(File()).c_str());
+        ZELK_LOG_ERROR("[%s] cannot be read; nothing will be stored", Utf8FromPath(File()).c_str());
         replaceable = false;
       } else if (std::optional<Entries> read = FromText(*text)) {
         entries = std::move(*read);
@@ -164,15 +153,15 @@ class Store {
 
   bool Save() {
     if (!replaceable_) {
-      ZELK_LOG_ERROR("not stored: [%s] could not be read and is kept", Utf8(File()).c_str());
+      ZELK_LOG_ERROR("not stored: [%s] could not be read and is kept",
+                     Utf8FromPath(File()).c_str());
       return false;
     }
-    std::error_code error;
-    fs::create_directories(directory_, error);
-    if (!error) error = ReplaceContents(File(), ToText(*entries_));
-    if (!std::exchange(cleared_, true)) RemoveLeftovers(File());
+    const std::error_code error = common::ReplaceFile(File(), ToText(*entries_));
+    if (!std::exchange(cleared_, true)) common::RemoveLeftovers(File());
     if (error) {
-      ZELK_LOG_ERROR("[%s] cannot be written: %s", Utf8(File()).c_str(), error.message().c_str());
+      ZELK_LOG_ERROR("[%s] cannot be written: %s", Utf8FromPath(File()).c_str(),
+                     error.message().c_str());
     }
     return !error;
   }
@@ -220,7 +209,7 @@ std::string foundation_standin::CheckStore(const fs::path& directory) {
   const fs::path file = directory / kStoreFileName;
   std::error_code error;
   if (fs::status(file, error).type() == fs::file_type::not_found) return "";
-  const std::optional<std::string> text = ReadAll(file);
+  const std::optional<std::string> text = ReadStore(file);
   if (!text) return "cannot be read";
   return FromText(*text) ? "" : "is damaged";
 }

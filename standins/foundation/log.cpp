@@ -13,11 +13,13 @@
 #include <string_view>
 #include <utility>
 
+#include "common/null_text.h"
 #include "zelk_foundation_standin.h"
 
 namespace zelk {
 namespace {
 
+using common::OrEmpty;
 using Sinks = std::vector<std::shared_ptr<spdlog::sinks::sink>>;
 
 // From kLogInfo on.
@@ -74,8 +76,6 @@ class FormattedText {
   std::unique_ptr<char[]> long_;
   std::string_view text_;
 };
-
-const char* OrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
 // A sink that throws must harm neither the caller nor the other sinks.
 void Write(spdlog::sinks::sink& sink, const spdlog::details::log_msg& line) noexcept {

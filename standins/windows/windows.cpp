@@ -159,7 +159,6 @@ void RunThread(LPTHREAD_START_ROUTINE start, LPVOID parameter, std::shared_ptr<T
   running.thread = std::move(thread);
   running.thread->Begin();
   // As on Windows, a thread that exits leaves its stack without running any destructor.
-  // NOLINTNEXTLINE(cert-err52-cpp)
   if (setjmp(running.exit) == 0) start(parameter);
 }
 
@@ -288,7 +287,6 @@ void FreeLibraryAndExitThread(HMODULE module, DWORD /*exit_code*/) {
   // There is no way to leave a thread whose first function is not here.
   if (current_thread == nullptr) std::abort();
   current_thread->library = module;
-  // NOLINTNEXTLINE(cert-err52-cpp)
   std::longjmp(current_thread->exit, 1);
 }
 

@@ -1,9 +1,12 @@
-#include "replace_file.h"
+#include "common/files.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
-#include <string>
+#include <fstream>
+
+#include "common/paths.h"
 
 #if defined(_WIN32)
 #if !defined(NOMINMAX)
@@ -18,10 +21,12 @@
 #include <cstdio>
 #endif
 
-namespace zelk {
+namespace zelk::common {
 namespace {
 
 using std::filesystem::path;
+
+path DirectoryOf(const path& file) { return file.has_parent_path() ? file.parent_path() : "."; }
 
 #if defined(_WIN32)
 
@@ -93,10 +98,17 @@ std::error_code FlushDirectory(const path& directory) {
 
 std::error_code MoveIntoPlace(const path& from, const path& to) {
   if (std::rename(from.c_str(), to.c_str()) != 0) return LastError();
-  return FlushDirectory(to.parent_path());
+  return FlushDirectory(DirectoryOf(to));
 }
 
 #endif
+
+std::error_code MakeDirectory(const path& directory) {
+  std::error_code error;
+  const bool made = std::filesystem::create_directories(directory, error);
+  if (made) std::filesystem::permissions(directory, std::filesystem::perms::owner_all, error);
+  return error;
+}
 
 // Beside the file, as a rename works within one file system only; completed by the process, so that
 // two processes never write to the same one.
@@ -118,10 +130,36 @@ bool IsLeftover(const path& file, const path& prefix) {
 
 }  // namespace
 
-std::error_code ReplaceContents(const path& file, std::string_view contents) {
+path PathFromSystemText(const std::string& text) {
+#if defined(_WIN32)
+  const auto length = static_cast<int>(text.size());
+  std::wstring wide(text.size(), L'\0');
+  wide.resize(static_cast<std::size_t>(
+      MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.data(), length)));
+  return wide;
+#else
+  return text;
+#endif
+}
+
+std::optional<std::string> ReadFile(const path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream.is_open()) return std::nullopt;
+  std::string text;
+  std::array<char, 4096> block;
+  while (stream.read(block.data(), block.size()), stream.gcount() > 0) {
+    text.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+  }
+  if (stream.bad()) return std::nullopt;
+  return text;
+}
+
+std::error_code ReplaceFile(const path& file, std::string_view contents) {
+  std::error_code error = MakeDirectory(DirectoryOf(file));
+  if (error) return error;
   path temporary = TemporaryPrefix(file);
   temporary += ProcessId();
-  std::error_code error = WriteNewFile(temporary, contents);
+  error = WriteNewFile(temporary, contents);
   if (!error) error = MoveIntoPlace(temporary, file);
   if (error) {
     std::error_code ignored;
@@ -136,7 +174,7 @@ void RemoveLeftovers(const path& file) {
   const file_time_type latest = file_time_type::clock::now() - kLongestReplacement;
   const path prefix = TemporaryPrefix(file);
   std::error_code error;
-  std::filesystem::directory_iterator entry(file.parent_path(), error);
+  std::filesystem::directory_iterator entry(DirectoryOf(file), error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     if (!IsLeftover(entry->path(), prefix)) continue;
     std::error_code ignored;
@@ -145,4 +183,4 @@ void RemoveLeftovers(const path& file) {
   }
 }
 
-}  // namespace zelk
+}  // namespace zelk::common
