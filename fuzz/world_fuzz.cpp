@@ -38,7 +38,6 @@ void Tick(int times) {
 // Each request has its answer by the end, whatever the world makes EOS do.
 void UseWorld(const std::string& file) {
   constexpr int kTicks = 40;
-  constexpr int32_t kWillRetry = 19;  // says that another answer follows
   setenv("ZELK_EOS_WORLD", file.c_str(), 1);
   eos_standin::SetHook(&Meet);
   Plugin().login({102, "login", "", R"({"LoginMode":"AccountPortal"})"}, "basic_profile");
@@ -52,7 +51,7 @@ void UseWorld(const std::string& file) {
         [&](const auto& record) {
           Meet(result.seq_id + std::to_string(record.ret_code) + std::to_string(record.third_code));
           if (result.seq_id == "login") ++logins;
-          if (result.seq_id == "friends" && record.third_code != kWillRetry) ++pages;
+          if (result.seq_id == "friends" && record.third_code != host::kWillRetry) ++pages;
         },
         result.record);
   });

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "core_contract/login_parameters.h"
 #include "core_contract/method_id.h"
 #include "diagram.h"
 #include "output.h"
@@ -31,9 +32,8 @@ class LogOutput {
  public:
   LogOutput(const Options& options, bool as_events) {
     if (options.log.empty()) return;
-    const LogLevel level = kLogLevels.at(options.log_level);
-    sinks_.push_back(MakeLogSink(options.log, level, as_events));
-    foundation_standin::SetLogThreshold(level);
+    sinks_.push_back(MakeLogSink(options.log, options.log_level, as_events));
+    foundation_standin::SetLogThreshold(options.log_level);
     foundation_standin::SetLogSinks(sinks_);
   }
   LogOutput(const LogOutput&) = delete;
@@ -95,10 +95,11 @@ struct Session {
 };
 
 std::string ExtraJson(const LoginArguments& arguments) {
-  Json json = {{"LoginMode", arguments.mode}};
-  if (!arguments.id.empty()) json["ID"] = arguments.id;
-  if (!arguments.password.empty()) json["Password"] = arguments.password;
-  if (!arguments.code.empty()) json["Code"] = arguments.code;
+  Json json = {{kLoginModeKey, arguments.mode}};
+  for (const LoginMember& member : kLoginMembers) {
+    const std::string& value = arguments.*member.value;
+    if (!value.empty()) json[member.key] = value;
+  }
   return json.dump();
 }
 

@@ -86,7 +86,7 @@ void Diagram::OnRequest(const Request& request) {
                             method_id, NameOfMethod(method_id), Escaped(request.params.seq_id)));
 }
 
-void Diagram::OnShutdown() { Append(kCall, "zelk_epic_shutdown"); }
+void Diagram::OnShutdown() { Append(kCall, EntryPointName(EntryPoint::kShutdown)); }
 
 void Diagram::OnResult(const Game::Result& result) {
   EndLookUps(result);

@@ -14,6 +14,7 @@
 
 #include "core_contract/config.h"
 #include "core_contract/log.h"
+#include "core_contract/login_parameters.h"
 #include "core_contract/mmkv.h"
 #include "output.h"
 #include "platform.h"
@@ -75,6 +76,7 @@ std::string List(std::vector<std::string> texts) {
 // --- the configuration ---
 
 // In bytes, as EOS counts. A product name beyond it makes EOS refuse to start.
+constexpr char kProductName[] = "EPIC_PRODUCT_NAME";
 constexpr std::size_t kLongestProductName = 64;
 
 Finding CheckConfiguration(Installation& installation) {
@@ -82,16 +84,16 @@ Finding CheckConfiguration(Installation& installation) {
   const std::string problem = UseConfig(file);
   if (!problem.empty()) return Error(problem, "host/config.example.json shows how it must look");
   std::vector<std::string> missing;
-  for (const ConfigRow& row : kConfig) {
-    if (Config::GetString(row.key, "", kConfigSection).empty()) missing.emplace_back(row.key);
+  for (const std::string& key : ConfigKeys()) {
+    if (Config::GetString(key.c_str(), "", kConfigSection).empty()) missing.push_back(key);
   }
   if (!missing.empty()) {
     return Error(fmt::format("{}: missing or empty: {}", file, List(missing)),
                  fmt::format("give each a text in the section \"{}\"", kConfigSection));
   }
-  const auto name_size = Config::GetString(kConfig.front().key, "", kConfigSection).size();
+  const auto name_size = Config::GetString(kProductName, "", kConfigSection).size();
   if (name_size > kLongestProductName) {
-    return Error(fmt::format("{}: {} has {} bytes", file, kConfig.front().key, name_size),
+    return Error(fmt::format("{}: {} has {} bytes", file, kProductName, name_size),
                  fmt::format("EOS takes {} at most: shorten it", kLongestProductName));
   }
   return Ok(file.empty() ? "demo values; --config FILE takes a game's own" : file);
@@ -245,14 +247,14 @@ Finding CheckStore(Installation& installation) {
 }
 
 Finding CheckSignIn(Installation& installation) {
-  constexpr char kStoredParameters[] = "epic_login_extra_json";
   if (!installation.has_store) return Unknown("the store cannot be read");
   foundation_standin::SetStoreDirectory(installation.state_directory);
   std::string parameters;
-  if (!MMKV::defaultMMKV(kMmkvSingleProcess, nullptr)->getString(kStoredParameters, parameters)) {
+  if (!MMKV::defaultMMKV(kMmkvSingleProcess, nullptr)
+           ->getString(kStoredParametersKey, parameters)) {
     return Ok("none is kept; \"login\" makes one");
   }
-  const Json mode = Document(parameters).value("LoginMode", Json());
+  const Json mode = Document(parameters).value(kLoginModeKey, Json());
   return Ok("kept, of the login mode " + (mode.is_string() ? mode.get<std::string>() : "unknown"));
 }
 

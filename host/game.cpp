@@ -2,7 +2,6 @@
 
 #include <spdlog/fmt/fmt.h>
 
-#include <array>
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -18,35 +17,20 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kFrame{1};
 
-using Call = void (*)(const PluginLibrary&, const Request&);
-
-struct EntryPointRow {
-  const char* name;
-  Call call;
-};
-
-// In the order of EntryPoint.
-constexpr std::array kEntryPoints{
-    EntryPointRow{"zelk_epic_auth_login",
-                  [](const PluginLibrary& plugin, const Request& request) {
-                    plugin.login(request.params, request.permissions);
-                  }},
-    EntryPointRow{"zelk_epic_auth_auto_login",
-                  [](const PluginLibrary& plugin, const Request& request) {
-                    plugin.auto_login(request.params, request.permissions);
-                  }},
-    EntryPointRow{
-        "zelk_epic_auth_logout",
-        [](const PluginLibrary& plugin, const Request& request) { plugin.logout(request.params); }},
-    EntryPointRow{"zelk_epic_friend_queryfriends",
-                  [](const PluginLibrary& plugin, const Request& request) {
-                    plugin.query_friends(request.params, request.page, request.count,
-                                         request.is_in_game);
-                  }},
-};
-
-const EntryPointRow& RowOf(EntryPoint entry_point) {
-  return kEntryPoints[static_cast<std::size_t>(entry_point)];
+void Call(const PluginLibrary& plugin, const Request& request) {
+  switch (request.entry_point) {
+    case EntryPoint::kLogin:
+      return plugin.login(request.params, request.permissions);
+    case EntryPoint::kAutoLogin:
+      return plugin.auto_login(request.params, request.permissions);
+    case EntryPoint::kLogout:
+      return plugin.logout(request.params);
+    case EntryPoint::kQueryFriends:
+      return plugin.query_friends(request.params, request.page, request.count, request.is_in_game);
+    case EntryPoint::kUpdate:
+    case EntryPoint::kShutdown:
+      break;  // answer by no result
+  }
 }
 
 BaseParams Params(MethodID method_id, const std::string& seq_id,
@@ -56,10 +40,9 @@ BaseParams Params(MethodID method_id, const std::string& seq_id,
 
 // EOS will try the friend query again; another result follows.
 bool IsRetryNotice(const Game::Result& result) {
-  constexpr int32_t kOperationWillRetry = 19;
   const auto* friends = std::get_if<FriendResult>(&result.record);
   return friends != nullptr && friends->ret_code == kResultThirdError &&
-         friends->third_code == kOperationWillRetry;
+         friends->third_code == kWillRetry;
 }
 
 }  // namespace
@@ -109,19 +92,17 @@ Request SignOut(const std::string& seq_id) {
 }
 
 Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool is_in_game) {
-  return {.entry_point = EntryPoint::kFriends,
+  return {.entry_point = EntryPoint::kQueryFriends,
           .params = Params(kMethodIDFriendQueryFriends, seq_id),
           .page = page,
           .count = count,
           .is_in_game = is_in_game};
 }
 
-const char* EntryPointName(EntryPoint entry_point) { return RowOf(entry_point).name; }
-
 void Game::Issue(const Request& request) {
   for (GameObserver* observer : observers_) observer->OnRequest(request);
   ++waiting_[request.params.seq_id.c_str()];  // the core's texts end at a NUL
-  RowOf(request.entry_point).call(plugin_, request);
+  Call(plugin_, request);
   Deliver();
 }
 

@@ -9,15 +9,13 @@
 #include <string>
 #include <vector>
 
+#include "core_contract/login_parameters.h"
 #include "plugin_library.h"
 #include "zelk_core_standin.h"
 
 namespace zelk::host {
 
-// What a player can ask for.
-enum class EntryPoint { kLogin, kAutoLogin, kLogout, kFriends };
-
-// A call of an entry point, with its arguments.
+// A call of an entry point that answers by a result, with its arguments.
 struct Request {
   EntryPoint entry_point;
   BaseParams params;
@@ -31,16 +29,15 @@ struct Request {
 inline constexpr int32_t kPatienceTicks = 300'000;
 
 // The requests of a player.
-inline constexpr char kAllPermissions[] = "basic_profile,friends_list,presence";
+#define ZELK_WORD(word, scope_flag) "," word
+inline constexpr const char* kAllPermissions = &ZELK_PERMISSIONS(ZELK_WORD)[1];
+#undef ZELK_WORD
 Request SignIn(const std::string& seq_id, const std::string& extra_json,
                const std::string& permissions = kAllPermissions);
 Request SignInAutomatically(const std::string& seq_id,
                             const std::string& permissions = kAllPermissions);
 Request SignOut(const std::string& seq_id);
 Request ListFriends(const std::string& seq_id, int32_t page, int32_t count, bool is_in_game);
-
-// "zelk_epic_auth_login" and the like.
-const char* EntryPointName(EntryPoint entry_point);
 
 // Sees what passes between the game and the plugin: a call before it is made, a result as soon as
 // the call that caused it has returned.

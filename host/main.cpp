@@ -4,7 +4,8 @@
 #include <cstdio>
 #include <exception>
 
-#include "options.h"
+#include "command_line.h"
+#include "commands.h"
 #include "platform.h"
 
 // NOLINTNEXTLINE(bugprone-exception-escape): an error that cannot be printed ends the program too
@@ -12,7 +13,7 @@ int main(int argc, char** argv) try {
   zelk::host::PrepareStandardStreams();
   zelk::host::Options options;
   options.arguments = zelk::host::Arguments(argc, argv);
-  if (const auto status = zelk::host::ReadOptions(options)) return *status;
+  if (const auto status = zelk::host::ReadCommandLine(options)) return *status;
   return options.run(options);
 } catch (const std::exception& error) {
   fmt::print(stderr, "{}\n", error.what());

@@ -1,9 +1,8 @@
-// The command line.
+// What the command line asks for.
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,9 +10,6 @@
 #include "game.h"
 
 namespace zelk::host {
-
-// The status of a bad command line or bad input.
-inline constexpr int kBadInput = 2;
 
 // What a login's parameters are made of; an empty id, password or code is left out.
 struct LoginArguments {
@@ -24,6 +20,18 @@ struct LoginArguments {
   std::string permissions = kAllPermissions;  // of an automatic login too
 };
 
+// The option of the command line and the member of the parameters that a text of it becomes.
+struct LoginMember {
+  const char* option;
+  const char* key;
+  std::string LoginArguments::*value;
+};
+inline constexpr std::array kLoginMembers{
+    LoginMember{"--id", "ID", &LoginArguments::id},
+    LoginMember{"--password", "Password", &LoginArguments::password},
+    LoginMember{"--code", "Code", &LoginArguments::code},
+};
+
 // A page of friends; page 0 is all of them.
 struct FriendsArguments {
   int32_t page = 0;
@@ -31,14 +39,14 @@ struct FriendsArguments {
   bool is_in_game = false;
 };
 
-// The command line.
+// A command and what it is to do. Texts are "" where nothing was asked for.
 struct Options {
   std::string plugin;
   std::string config;
   std::string world;
   std::string state_dir;
   std::string log;
-  std::string log_level = "info";
+  LogLevel log_level = kLogInfo;
   std::string diagram;
   bool json = false;
 
@@ -46,15 +54,8 @@ struct Options {
   int (*run)(const Options&) = nullptr;  // the command; returns the exit status
   LoginArguments login;
   FriendsArguments friends;
-  std::string script;         // of a play, else ""
+  std::string script;         // of a play
   bool next_process = false;  // of a tour
 };
-
-// The levels by the words of the command line.
-extern const std::map<std::string, LogLevel> kLogLevels;
-
-// Reads `options.arguments`. With a value there is nothing left to do: help was asked for or
-// something is wrong, it was printed, and the value is the exit status.
-std::optional<int> ReadOptions(Options& options);
 
 }  // namespace zelk::host

@@ -86,7 +86,7 @@ constexpr std::array kCalls{
     CallRow{"login", kLogins, &AskFor<EntryPoint::kLogin>},
     CallRow{"auto_login", kLogins, &AskFor<EntryPoint::kAutoLogin>},
     CallRow{"logout", kLogout, &AskFor<EntryPoint::kLogout>},
-    CallRow{"friends", kFriends, &AskFor<EntryPoint::kFriends>},
+    CallRow{"friends", kFriends, &AskFor<EntryPoint::kQueryFriends>},
     CallRow{"shutdown", kShutdown, [](Game& game, const Step&) { game.Shutdown(); }},
     CallRow{"update", kUpdate, [](Game& game, const Step& step) { game.Tick(step.times); }},
     CallRow{"drain", kDrain, [](Game& game, const Step& step) { game.Drain(step.max_ticks); }},

@@ -9,13 +9,15 @@
 namespace zelk::host {
 namespace {
 
-// The export `name`, whatever the type of the pointer that it goes to.
+// An exported entry point, whatever the type of the pointer that it goes to.
 class Export {
  public:
-  Export(const SharedLibrary& library, const std::filesystem::path& file, const char* name)
-      : symbol_(library.Find(name)) {
-    if (symbol_ == nullptr)
-      throw std::runtime_error(Utf8FromPath(file) + ": no export \"" + name + "\"");
+  Export(const SharedLibrary& library, const std::filesystem::path& file, EntryPoint entry_point)
+      : symbol_(library.Find(EntryPointName(entry_point))) {
+    if (symbol_ == nullptr) {
+      throw std::runtime_error(Utf8FromPath(file) + ": no export \"" + EntryPointName(entry_point) +
+                               '"');
+    }
   }
 
   template <class Function>
@@ -42,12 +44,12 @@ SharedLibrary LoadPluginFile(const std::filesystem::path& file) try {
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
     : library_(LoadPluginFile(file)),
-      login(Export(library_, file, kEntryPointNames[0])),
-      auto_login(Export(library_, file, kEntryPointNames[1])),
-      logout(Export(library_, file, kEntryPointNames[2])),
-      update(Export(library_, file, kEntryPointNames[3])),
-      shutdown(Export(library_, file, kEntryPointNames[4])),
-      query_friends(Export(library_, file, kEntryPointNames[5])) {}
+      login(Export(library_, file, EntryPoint::kLogin)),
+      auto_login(Export(library_, file, EntryPoint::kAutoLogin)),
+      logout(Export(library_, file, EntryPoint::kLogout)),
+      update(Export(library_, file, EntryPoint::kUpdate)),
+      shutdown(Export(library_, file, EntryPoint::kShutdown)),
+      query_friends(Export(library_, file, EntryPoint::kQueryFriends)) {}
 
 void* PluginLibrary::Find(const char* name) const {
   void* symbol = library_.Find(name);

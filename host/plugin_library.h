@@ -3,6 +3,8 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 
 #include "shared_library.h"
@@ -10,12 +12,16 @@
 
 namespace zelk::host {
 
-// The names under which the plugin exports its entry points, in the order of PluginLibrary's
-// members, and the core's friend message as this compiler decorates it.
+// The names under which the plugin exports its entry points, in the order of EntryPoint, and the
+// core's friend message as this compiler decorates it.
+enum class EntryPoint { kLogin, kAutoLogin, kLogout, kUpdate, kShutdown, kQueryFriends };
 inline constexpr std::array kEntryPointNames{
     "zelk_epic_auth_login", "zelk_epic_auth_auto_login", "zelk_epic_auth_logout",
     "zelk_epic_update",     "zelk_epic_shutdown",        "zelk_epic_friend_queryfriends",
 };
+constexpr const char* EntryPointName(EntryPoint entry_point) {
+  return kEntryPointNames[static_cast<std::size_t>(entry_point)];
+}
 #if defined(_MSC_VER)
 inline constexpr char kSendMessageName[] =
     "?SendMessage@Friend@zelk@@SAXAEBVFriendReqInfo@2@AEBV?$basic_string@D@zelk_tp_stl_c@2@@Z";
@@ -23,6 +29,9 @@ inline constexpr char kSendMessageName[] =
 inline constexpr char kSendMessageName[] =
     "_ZN4zelk6Friend11SendMessageERKNS_13FriendReqInfoERKNS_13zelk_tp_stl_c12basic_stringIcEE";
 #endif
+
+// EOS will try a failed call again: a result with this `third_code` is not the last of its request.
+inline constexpr int32_t kWillRetry = 19;
 
 // Throws std::runtime_error naming the file and what is wrong with it.
 SharedLibrary LoadPluginFile(const std::filesystem::path& file);

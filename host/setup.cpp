@@ -2,19 +2,39 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <array>
 #include <random>
 #include <stdexcept>
 #include <system_error>
 
+#include "example_config.h"
+#include "output.h"
 #include "platform.h"
 #include "zelk_core_standin.h"
 #include "zelk_foundation_standin.h"
 
 namespace zelk::host {
+namespace {
+
+// The example of a configuration has every key, with the demo's value.
+const Json& DemoConfig() {
+  static const Json config = Json::parse(kExampleConfig).at(kConfigSection);
+  return config;
+}
+
+}  // namespace
+
+std::vector<std::string> ConfigKeys() {
+  std::vector<std::string> keys;
+  for (const auto& item : DemoConfig().items()) keys.push_back(item.key());
+  return keys;
+}
 
 std::string UseConfig(const std::string& file) {
   if (!file.empty()) return core_standin::LoadConfig(PathFromUtf8(file));
-  for (const auto& [key, value] : kConfig) core_standin::SetConfig(kConfigSection, key, value);
+  for (const auto& item : DemoConfig().items()) {
+    core_standin::SetConfig(kConfigSection, item.key(), item.value().get<std::string>());
+  }
   return "";
 }
 

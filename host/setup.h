@@ -2,33 +2,20 @@
 // world of an EOS stand-in.
 #pragma once
 
-#include <array>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "options.h"
 #include "plugin_library.h"
 
 namespace zelk::host {
 
-// The section of the configuration that the plugin reads, the keys that it reads there, and their
-// values when no configuration is given.
+// The section of the configuration that the plugin reads, and the keys that it reads there.
 inline constexpr char kConfigSection[] = "ZELK";
-struct ConfigRow {
-  const char* key;
-  const char* demo_value;
-};
-inline constexpr std::array kConfig{
-    ConfigRow{"EPIC_PRODUCT_NAME", "ZELK Demo"},
-    ConfigRow{"EPIC_PRODUCT_VERSION", "1.0"},
-    ConfigRow{"EPIC_PRODUCT_ID", "demo-product"},
-    ConfigRow{"EPIC_SANDBOX_ID", "demo-sandbox"},
-    ConfigRow{"EPIC_DEPLOYMENT_ID", "demo-deployment"},
-    ConfigRow{"EPIC_CLIENT_ID", "demo-client"},
-    ConfigRow{"EPIC_CLIENT_SECRET", "demo-secret"},
-};
+std::vector<std::string> ConfigKeys();
 
-// Loads the file, or the demo values when it is "". Returns "" or what is wrong.
+// Loads the file, or demo values for all keys when it is "". Returns "" or what is wrong.
 std::string UseConfig(const std::string& file);
 
 // The plugin to load: the one named, or the one beside this program.

@@ -31,7 +31,7 @@ std::vector<Row> Arguments(const Request& request) {
     rows.push_back({"parameters", request.params.extra_json});
   }
   if (!request.permissions.empty()) rows.push_back({"permissions", request.permissions});
-  if (request.entry_point == EntryPoint::kFriends) {
+  if (request.entry_point == EntryPoint::kQueryFriends) {
     rows.push_back({"page", fmt::format("{}, of {} friends each", request.page, request.count)});
   }
   return rows;

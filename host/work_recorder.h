@@ -11,11 +11,9 @@
 #include <vector>
 
 #include "game.h"
+#include "log_rows.h"
 
 namespace zelk::host {
-
-// What stands for the look-ups of all friends of a page: the log does not tell one from another.
-inline constexpr char kAboutEachFriend[] = "each friend";
 
 // An EOS call; what EOS completes later has an outcome once it is no longer open.
 struct Work {
@@ -62,7 +60,7 @@ class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
   void flush_() override {}
 
   void Begin(std::string_view call, std::string_view about, std::string_view seq_id);
-  void Complete(std::string_view call, const std::string& outcome, bool is_shared);
+  void Complete(const LogRow& row, const std::string& outcome);
   void End(Work& work, const std::string& outcome);
 
   const Game& game_;

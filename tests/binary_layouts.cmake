@@ -6,9 +6,10 @@ execute_process(
   COMMAND ${CLANGXX} --target=x86_64-pc-windows-msvc -std=c++20 -ffreestanding -S -o -
     -I${SOURCE_DIR}/src -I${SOURCE_DIR}/standins/eos/include ${SOURCE_DIR}/tests/binary_layouts.cpp
   OUTPUT_VARIABLE assembly COMMAND_ERROR_IS_FATAL ANY)
-set(name "?SendMessage@Friend@zelk@@SAXAEBVFriendReqInfo@2@AEBV?$basic_string@D@zelk_tp_stl_c@2@@Z")
+file(READ ${SOURCE_DIR}/host/plugin_library.h header)
+string(REGEX MATCH "[?]SendMessage[^\"]+" name "${header}")
 string(FIND "${assembly}" "\"__imp_${name}\"" found)
-if(found EQUAL -1)
+if(found EQUAL -1 OR name STREQUAL "")
   message(SEND_ERROR "Friend::SendMessage is not ${name}")
 endif()
 

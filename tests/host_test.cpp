@@ -8,8 +8,12 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "log_rows.h"
 
 #if !defined(_WIN32)
 #include <sys/wait.h>
@@ -348,6 +352,30 @@ TEST_F(Host, DrawsCallsCompletionsAndResults) {
     EXPECT_THAT(diagram, HasSubstr(row.lines + "\n"));
     EXPECT_THAT(diagram, Not(HasSubstr("EOS_Auth_Logout")));
   }
+}
+
+// The host reads the plugin's log: a line that is worded anew has to be found here.
+TEST_F(Host, EveryLogLineThatItReadsIsWrittenInSomePlay) {
+  const std::string plays = ZELK_PLAYS;
+  const std::string worlds[] = {
+      "",
+      R"({"EOS_Connect_Login":[{"result":3}],"EOS_UserInfo_CopyUserInfo":[{"result":13}],)"
+      R"("EOS_Auth_Logout":[{"result":4}],"EOS_Auth_DeletePersistentAuth":[{"result":4}]})",
+  };
+  std::set<std::string_view> missing;
+  for (const zelk::host::LogRow& row : zelk::host::kLogRows) missing.insert(row.prefix);
+  for (const std::string& world : worlds) {
+    for (const char* play : {"sign_in.jsonl", "friends.jsonl"}) {
+      const std::string options =
+          world.empty() ? "" : " --world " + File("world", kOneFriend + world + "}");
+      for (const Json& event : Events(Run("--log - play " + plays + "/" + play + options))) {
+        if (event["event"] != "log") continue;
+        const auto* row = zelk::host::FindRow(event["text"].get_ref<const std::string&>());
+        if (row != nullptr) missing.erase(row->prefix);
+      }
+    }
+  }
+  EXPECT_THAT(missing, IsEmpty());
 }
 
 struct DoctorRow {

@@ -40,7 +40,7 @@ TEST_F(Lifecycle, FirstCallsOnManyThreadsMakeOneObject) {
 
 TEST_F(Lifecycle, FriendMessagesGoToTheCore) {
   using SendMessage = void (*)(const zelk::FriendReqInfo&, const zelk::SdkString&);
-  const auto send = reinterpret_cast<SendMessage>(plugin().Find(ZELK_SEND_MESSAGE_SYMBOL));
+  const auto send = reinterpret_cast<SendMessage>(plugin().Find(zelk::host::kSendMessageName));
   ASSERT_NE(send, nullptr);
   {
     zelk::FriendReqInfo info;

@@ -119,7 +119,7 @@ class PluginTest : public testing::Test {
 
 // The login mode that needs nothing of the player, and the result of a completion that comes again.
 inline constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
-inline constexpr int32_t kWillRetry = 19;
+using zelk::host::kWillRetry;
 
 // The account of the player in the world of the tests.
 inline constexpr char kPlayerId[] = "00000000000000000000000000000001";

@@ -18,7 +18,6 @@ namespace zelk_test {
 namespace {
 
 constexpr uint64_t kDefaultRequests = 100'000;
-constexpr int32_t kWillRetry = 19;
 
 constexpr std::array kCalls{
     "EOS_Auth_Login",

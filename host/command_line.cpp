@@ -1,12 +1,14 @@
-#include "options.h"
+#include "command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
 #include <sstream>
 
 #include "commands.h"
+#include "core_contract/login_parameters.h"
 #include "doctor.h"
 
 namespace zelk::host {
@@ -51,11 +53,16 @@ void AddFileOptions(CLI::App& app, Options& options) {
       ->type_name("DIR");
 }
 
+const std::map<std::string, LogLevel> kLogLevels{
+    {"info", kLogInfo}, {"warning", kLogWarning}, {"error", kLogError}};
+
 void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_option("--log", options.log, "Where log lines go; - is standard output")
       ->check(NotEmpty)
       ->type_name("FILE|-");
-  app.add_option("--log-level", options.log_level, "The least level that is logged")
+  app.add_option_function<std::string>(
+         "--log-level", [&options](const auto& word) { options.log_level = kLogLevels.at(word); },
+         "The least level that is logged")
       ->check(CLI::IsMember(&kLogLevels))
       ->type_name("LEVEL")
       ->option_text("info|warning|error");
@@ -85,54 +92,59 @@ void AddPermissions(CLI::App& command, Options& options) {
 }
 
 struct LoginMode {
-  const char* name;
-  bool has_account;  // --id and --password
-  bool has_code;
-};
-constexpr std::array kLoginModes{
-    LoginMode{"AccountPortal", false, false}, LoginMode{"IDPassword", true, false},
-    LoginMode{"DevAuth", true, false},        LoginMode{"ExchangeCode", false, true},
-    LoginMode{"PinGrant", false, false},
-};
+  const char* word;
+  const char* id_key;
+  const char* token_key;
 
-std::vector<std::string> LoginModeNames() {
-  std::vector<std::string> names;
-  for (const LoginMode& mode : kLoginModes) names.emplace_back(mode.name);
-  return names;
+  bool Needs(std::string_view member) const {
+    return (id_key != nullptr && member == id_key) || (token_key != nullptr && member == token_key);
+  }
+};
+#define ZELK_ROW(word, type, id_key, token_key) LoginMode{word, id_key, token_key},
+constexpr std::array kLoginModes{ZELK_LOGIN_MODES(ZELK_ROW)};
+#undef ZELK_ROW
+
+std::vector<std::string> LoginModeWords() {
+  std::vector<std::string> words;
+  for (const LoginMode& mode : kLoginModes) words.emplace_back(mode.word);
+  return words;
 }
 
 // What a mode needs is there, and nothing else.
 void CheckLogin(const LoginArguments& login) {
-  const LoginMode& mode =
-      *std::find_if(kLoginModes.begin(), kLoginModes.end(),
-                    [&login](const LoginMode& row) { return row.name == login.mode; });
-  const auto check = [&mode](const char* option, const std::string& value, bool is_needed) {
-    const std::string of_mode = std::string("--mode ") + mode.name;
-    if (is_needed && value.empty()) {
-      throw CLI::ValidationError(of_mode, std::string("needs ") + option);
+  const LoginMode& mode = *std::ranges::find(kLoginModes, login.mode, &LoginMode::word);
+  const std::string of_mode = std::string("--mode ") + mode.word;
+  for (const LoginMember& member : kLoginMembers) {
+    const bool is_given = !(login.*member.value).empty();
+    if (mode.Needs(member.key) && !is_given) {
+      throw CLI::ValidationError(of_mode, std::string("needs ") + member.option);
     }
-    if (!is_needed && !value.empty()) throw CLI::ValidationError(option, "not for " + of_mode);
-  };
-  check("--id", login.id, mode.has_account);
-  check("--password", login.password, mode.has_account);
-  check("--code", login.code, mode.has_code);
+    if (!mode.Needs(member.key) && is_given) {
+      throw CLI::ValidationError(member.option, "not for " + of_mode);
+    }
+  }
 }
 
 void AddLogin(CLI::App& command, Options& options) {
   LoginArguments& login = options.login;
-  command
-      .add_option("--mode", login.mode,
-                  "AccountPortal by default, or IDPassword, DevAuth, ExchangeCode, PinGrant")
-      ->check(CLI::IsMember(LoginModeNames()).description(""))
-      ->type_name("MODE");
-  command.add_option("--id", login.id, "For IDPassword and DevAuth")->check(NotEmpty);
-  command.add_option("--password", login.password, "For IDPassword and DevAuth")->check(NotEmpty);
-  command.add_option("--code", login.code, "For ExchangeCode")->check(NotEmpty);
+  const std::vector<std::string> modes = LoginModeWords();
+  command.add_option("--mode", login.mode, "AccountPortal by default")
+      ->check(CLI::IsMember(modes).description(""))
+      ->type_name("MODE")
+      ->option_text(CLI::detail::join(modes, "|"));
+  for (const LoginMember& member : kLoginMembers) {
+    std::vector<std::string> users;
+    for (const LoginMode& mode : kLoginModes) {
+      if (mode.Needs(member.key)) users.emplace_back(mode.word);
+    }
+    command.add_option(member.option, login.*member.value, "For " + CLI::detail::join(users, ", "))
+        ->check(NotEmpty);
+  }
   AddPermissions(command, options);
   command.callback([&login] { CheckLogin(login); });
 }
 
-// Who counts wants a page.
+// --count alone means page 1.
 void AddFriends(CLI::App& command, Options& options) {
   FriendsArguments& friends = options.friends;
   const CLI::Option* page = command
@@ -253,10 +265,7 @@ void AddCommands(CLI::App& app, Options& options) {
 
 }  // namespace
 
-const std::map<std::string, LogLevel> kLogLevels{
-    {"info", kLogInfo}, {"warning", kLogWarning}, {"error", kLogError}};
-
-std::optional<int> ReadOptions(Options& options) {
+std::optional<int> ReadCommandLine(Options& options) {
   CLI::App app("Plays the core and the game around the Epic channel plugin.", "zelk_epic_host");
   app.set_version_flag("--version", "zelk_epic_host " ZELK_HOST_VERSION);
   AddFileOptions(app, options);
