@@ -1,30 +1,26 @@
-// The floor under the benchmarks: the EOS calls that the plugin makes for a request, made directly,
-// with the results kept in standard containers. One thread.
+// The floor under the benchmarks: the EOS calls that the plugin makes, made directly by one thread.
+// Its columns say what is done with what EOS gives, from the least to all that the plugin owes.
 #pragma once
 
-#include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "eos_auth.h"
 #include "eos_connect.h"
 #include "eos_friends.h"
 #include "eos_sdk.h"
 #include "eos_userinfo.h"
+#include "side.h"
 
 namespace zelk::benchmarks {
 
+// Throws unless EOS says that all went well.
+void Expect(EOS_EResult result);
+
+// A platform with the player signed in, and the texts that a client keeps of a sign-in.
 class DirectEos {
  public:
-  struct Friend {
-    std::string account_id;
-    std::string name;
-    std::string country;
-    std::string language;
-    int32_t status = 0;
-  };
-
-  // EOS has been initialised. `cache_directory` is this platform's own.
+  // Initialises EOS unless that was done. `cache_directory` is this platform's own.
   explicit DirectEos(const std::string& cache_directory);
   DirectEos(const DirectEos&) = delete;
   DirectEos& operator=(const DirectEos&) = delete;
@@ -36,28 +32,21 @@ class DirectEos {
   // Forgets the persistent authorisation.
   void SignOut();
 
-  // Asks for the first `count` friends.
-  void AskForFriends(int32_t count);
-  // Ticks until all are there, and copies them as a task queue would.
-  std::vector<Friend> TakeFriends();
-
   EOS_HPlatform platform() const { return platform_; }
-  EOS_EpicAccountId account() const { return account_; }
+  const std::string& account_id() const { return account_id_; }
+  const std::string& access_token() const { return access_token_; }
+  const std::string& display_name() const { return display_name_; }
 
  private:
   static void EOS_CALL OnAuthLogin(const EOS_Auth_LoginCallbackInfo* data);
   static void EOS_CALL OnConnectLogin(const EOS_Connect_LoginCallbackInfo* data);
-  static void EOS_CALL OnQueryFriends(const EOS_Friends_QueryFriendsCallbackInfo* data);
-  static void EOS_CALL OnQueryUserInfo(const EOS_UserInfo_QueryUserInfoCallbackInfo* data);
 
   void LogIn(EOS_ELoginCredentialType type);
   void ConnectLogIn();
   void CopyDisplayName();
-  void List(int32_t count);
-  void AskForDetails(EOS_EpicAccountId friend_id);
-  void CopyDetails(Friend& entry) const;
 
   EOS_HPlatform platform_ = nullptr;
+  EOS_HAuth auth_ = nullptr;
   EOS_EpicAccountId account_ = nullptr;
   std::string account_id_;
   std::string access_token_;
@@ -65,10 +54,20 @@ class DirectEos {
   std::string product_user_id_;
   std::string display_name_;
   bool signed_in_ = false;
-  int32_t count_ = 0;
-  bool listed_ = false;
-  std::vector<Friend> friends_;
-  std::vector<Friend> details_;
 };
+
+// The text of an account, as EOS writes it into a buffer.
+std::string AccountText(EOS_EpicAccountId account);
+
+// What is done with what EOS gives. All columns share `eos`, which outlives them.
+//
+// The EOS calls alone: results in standard containers; the sign-in keeps its texts.
+std::unique_ptr<Side> MakeEosAlone(DirectEos& eos);
+// Results in the SDK's records, committed to the task queue; the sign-in reads and writes the
+// plugin's JSON and keeps the request in the store.
+std::unique_ptr<Side> MakeSdkRecords(DirectEos& eos);
+// And all else that the core is owed: each request in a context of its own with its copy of what
+// was asked, identifiers converted by value, a line for every step. Friends only.
+std::unique_ptr<Side> MakeContract(DirectEos& eos);
 
 }  // namespace zelk::benchmarks
