@@ -17,7 +17,7 @@ namespace zelk::benchmarks {
 namespace {
 
 // A line of the operation `function`.
-#define BENCHMARK_LOG(function, level, ...)                                                \
+#define BENCHMARK_LOG(function, level, ...)                                                 \
   Log::GetInstance()->OutputLog(level, "ZELK", false, false, "zelk_epic_friends", function, \
                                 __LINE__, __VA_ARGS__)
 
@@ -137,9 +137,8 @@ class Contract final : public Side {
   void AskForDetails(const ListContext& request, std::shared_ptr<const PersonList> friends,
                      int32_t total) {
     void* const memory = HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(PageContext));
-    auto* const page =
-        new (memory) PageContext{request.base_params, std::move(friends), request.count,
-                                 request.is_in_game, total};
+    auto* const page = new (memory) PageContext{request.base_params, std::move(friends),
+                                                request.count, request.is_in_game, total};
     BENCHMARK_LOG("zelk::EpicFriend::QueryFirendsInfoInThread", kLogError,
                   "[%s] SteamFriend::QueryFriends, Create thread failed, run in main thread.",
                   page->base_params.seq_id.c_str());
@@ -149,9 +148,15 @@ class Contract final : public Side {
     const auto details = std::make_shared<PersonList>(std::max<uint64_t>(expected, 32));
     for (const PersonInfo& entry : *page->friends) {
       const EOS_EpicAccountId friend_id = FromString(entry.openid.c_str());
-      auto* const context = new DetailContext{
-          page->base_params, details, static_cast<int64_t>(expected), page->current,
-          page->total,       user_info, entry, page->is_in_game, this};
+      auto* const context = new DetailContext{page->base_params,
+                                              details,
+                                              static_cast<int64_t>(expected),
+                                              page->current,
+                                              page->total,
+                                              user_info,
+                                              entry,
+                                              page->is_in_game,
+                                              this};
       FriendCalls::QueryUserInfo(user_info, account, friend_id, context, &OnQueryUserInfo);
     }
     page->~PageContext();
@@ -165,7 +170,8 @@ class Contract final : public Side {
     const EOS_EpicAccountId account = FromString(context->side->eos_.account_id());
     const EOS_EpicAccountId friend_id = FromString(person.openid.c_str());
     {
-      const UserInfo info = FriendCalls::CopyUserInfo(context->user_info_handle, account, friend_id);
+      const UserInfo info =
+          FriendCalls::CopyUserInfo(context->user_info_handle, account, friend_id);
       person.user_name = info->Nickname != nullptr ? info->Nickname : info->DisplayName;
       person.country = info->Country;
       person.language = info->PreferredLanguage;

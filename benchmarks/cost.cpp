@@ -6,7 +6,8 @@
 //     zelk_bench_cost sign-in DIRECTORY   with what is stored in a new directory in DIRECTORY
 //     zelk_bench_cost thread              the thread of a worker that does nothing
 //     zelk_bench_cost load                prints how many microseconds loading the library takes
-//     zelk_bench_cost once SIDE N         lists N friends once inside MeasuredPage(), for a tool that
+//     zelk_bench_cost once SIDE N         lists N friends once inside MeasuredPage(), for a tool
+//     that
 //                                         counts the instructions of that function
 //
 // ZELK_BENCH_SECONDS says how long a row is measured; with 0 everything runs once.
@@ -146,17 +147,23 @@ void MeasurePage(int32_t count, bool with_worker, const Effort& effort) {
   Sides sides(Directory::InMemory());
   ExpectTheSameCalls(sides);
   const std::string plugin = with_worker ? "plugin-with-worker" : "plugin";
-  Runs runs = RunInTurn(sides, {plugin, "contract", "records", "eos"}, effort,
-                        [count](Side& side) { return ListPages(side, count); });
+  std::vector<std::string> names{plugin, "contract", "records", "eos"};
+  const bool thread_counts = with_worker && count < 1000;
+  if (thread_counts) names.emplace_back("plugin");
+  Runs runs =
+      RunInTurn(sides, names, effort, [count](Side& side) { return ListPages(side, count); });
+  names.resize(4);
   fmt::print("| time of one friend of a page of {}, {} worker |", Grouped(count),
              with_worker ? "with a" : "without a");
-  for (const std::string& side : {plugin, std::string("contract"), std::string("records"),
-                                  std::string("eos")}) {
-    fmt::print(" {} |", Time(Spread(runs[side]).median / count));
+  for (const std::string& name : names)
+    fmt::print(" {} |", Time(Spread(runs[name]).median / count));
+  std::string aim = "<= 1.1";
+  if (thread_counts) {
+    const double thread = Spread(runs[plugin]).median - Spread(runs["plugin"]).median;
+    aim = fmt::format("none: the thread takes {} a page", Time(thread));
   }
-  const bool thread_counts = with_worker && count < 1000;
-  fmt::print(" {} | {} | {:.2f} |\n", Words(Ratio(runs, plugin, "contract")),
-             thread_counts ? "" : "<= 1.1", Ratio(runs, plugin, "eos").median);
+  fmt::print(" {} | {} | {:.2f} |\n", Words(Ratio(runs, plugin, "contract")), aim,
+             Ratio(runs, plugin, "eos").median);
 }
 
 // --- what has no friends in it ---
@@ -170,9 +177,10 @@ void MeasureIdleFrame(const Effort& effort) {
     for (int i = 0; i < kTicksOfRun; ++i) side.Tick();
     return Seconds(Clock::now() - start) / kTicksOfRun;
   });
-  fmt::print("| an update without anything to do, beside EOS_Platform_Tick | {} | {} | {} | <= 1.3 |\n",
-             Time(Spread(runs["plugin"]).median), Time(Spread(runs["eos"]).median),
-             Words(Ratio(runs, "plugin", "eos")));
+  fmt::print(
+      "| an update without anything to do, beside EOS_Platform_Tick | {} | {} | {} | <= 1.3 |\n",
+      Time(Spread(runs["plugin"]).median), Time(Spread(runs["eos"]).median),
+      Words(Ratio(runs, "plugin", "eos")));
 }
 
 void MeasureSignIn(const std::filesystem::path& directory, const Effort& effort) {
@@ -189,8 +197,8 @@ void MeasureSignIn(const std::filesystem::path& directory, const Effort& effort)
   const double json_and_store = Spread(runs["records"]).median - eos;
   const bool in_memory = directory == Directory::InMemory();
   fmt::print("| a sign-in, {}; {:.0f}% of what it adds is JSON and the store | {} | {} | {} | |\n",
-             in_memory ? "kept in memory" : "kept on a disk", 100 * json_and_store / (plugin - eos), Time(plugin), Time(eos),
-             Words(Ratio(runs, "plugin", "eos")));
+             in_memory ? "kept in memory" : "kept on a disk", 100 * json_and_store / (plugin - eos),
+             Time(plugin), Time(eos), Words(Ratio(runs, "plugin", "eos")));
 }
 
 // What a page costs beside its friends: its worker's thread.
@@ -236,7 +244,8 @@ int Run(const std::vector<std::string>& arguments) {
   const std::string what = arguments.empty() ? "" : arguments[0];
   const std::string detail = arguments.size() > 1 ? arguments[1] : "";
   const Effort effort;
-  if (what == "page" && arguments.size() == 2) return MeasurePage(std::stoi(detail), false, effort), 0;
+  if (what == "page" && arguments.size() == 2)
+    return MeasurePage(std::stoi(detail), false, effort), 0;
   if (what == "page-with-worker" && arguments.size() == 2) {
     return MeasurePage(std::stoi(detail), true, effort), 0;
   }
@@ -255,6 +264,6 @@ int Run(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) try {
   return zelk::benchmarks::Run({argv + 1, argv + argc});
 } catch (const std::exception& error) {
-  fmt::print(stderr, "zelk_bench_cost: {}\n", error.what());
+  std::fprintf(stderr, "zelk_bench_cost: %s\n", error.what());
   return 1;
 }

@@ -34,6 +34,7 @@ extern "C" void* malloc(std::size_t size) {
   return block;
 }
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library says __ptr
 extern "C" void free(void* block) {
   if (block == nullptr) return;
   in_use.fetch_sub(static_cast<int64_t>(malloc_usable_size(block)), kRelaxed);

@@ -36,8 +36,9 @@ void ExpectAnswer() {
 }  // namespace
 
 Directory::Directory(const std::filesystem::path& parent)
-    : path_(parent / ("zelk-benchmark-" +
-                      std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()))) {
+    : path_(parent /
+            ("zelk-benchmark-" +
+             std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()))) {
   std::filesystem::create_directories(path_);
 }
 

@@ -124,6 +124,6 @@ int Run(const std::vector<std::string>& arguments) {
 int main(int argc, char** argv) try {
   return zelk::benchmarks::Run({argv + 1, argv + argc});
 } catch (const std::exception& error) {
-  fmt::print(stderr, "zelk_bench_memory: {}\n", error.what());
+  std::fprintf(stderr, "zelk_bench_memory: %s\n", error.what());
   return 1;
 }

@@ -1,6 +1,5 @@
 #include "sides.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
@@ -49,10 +48,10 @@ Sides::Sides(const std::filesystem::path& directory) : directory_(directory) {
 }
 
 Side& Sides::Get(const std::string& name) {
-  const auto found = std::ranges::find(sides_, name, &Named::name);
-  Side& side = found != sides_.end() ? *found->side : *sides_.emplace_back(name, Make(name)).side;
-  EOS_Logging_SetLogLevel(EOS_ELogCategory::EOS_LC_ALL_CATEGORIES, side.log_level());
-  return side;
+  std::unique_ptr<Side>& side = sides_[name];
+  if (side == nullptr) side = Make(name);
+  EOS_Logging_SetLogLevel(EOS_ELogCategory::EOS_LC_ALL_CATEGORIES, side->log_level());
+  return *side;
 }
 
 std::unique_ptr<Side> Sides::Make(const std::string& name) {

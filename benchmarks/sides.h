@@ -3,10 +3,10 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "direct_eos.h"
 #include "game.h"
@@ -25,17 +25,12 @@ class Sides {
   Side& Get(const std::string& name);
 
  private:
-  struct Named {
-    std::string name;
-    std::unique_ptr<Side> side;
-  };
-
   std::unique_ptr<Side> Make(const std::string& name);
 
   Directory directory_;
   std::optional<Game> game_;
   std::optional<DirectEos> eos_;
-  std::vector<Named> sides_;
+  std::map<std::string, std::unique_ptr<Side>> sides_;
 };
 
 }  // namespace zelk::benchmarks
