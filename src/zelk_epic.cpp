@@ -6,6 +6,7 @@
 #include "zelk_epic_commit.h"
 #include "zelk_epic_friend.h"
 #include "zelk_epic_lock.h"
+#include "zelk_epic_log.h"
 #include "zelk_epic_pending.h"
 
 using zelk::AtBoundary;
@@ -25,7 +26,7 @@ void AnswerUnknownError(const BaseParams& params) {
 }
 
 void Login(const char* function, const BaseParams& params, const std::string& permissions) {
-  const EosLock::Entry lock;
+  const EosLock::EntryPointGuard lock;
   AtBoundary(
       function, [&] { EpicAuth::GetInstance()->Login(params, permissions); },
       [&] { AnswerUnknownError<zelk::AuthResult>(params); });
@@ -42,37 +43,45 @@ void zelk_epic_auth_auto_login(const BaseParams& params, const std::string& perm
 }
 
 void zelk_epic_auth_logout(const BaseParams& params) {
-  const EosLock::Entry lock;
+  const EosLock::EntryPointGuard lock;
   AtBoundary(
       "zelk_epic_auth_logout", [&] { EpicAuth::GetInstance()->Logout(&params); },
       [&] { AnswerUnknownError<zelk::BaseResult>(params); });
 }
 
 void zelk_epic_update() {
-  const EosLock::Entry lock;
+  const EosLock::EntryPointGuard lock;
   AtBoundary("zelk_epic_update", [] {
-    EpicFriend::AnswerForWorkers();
+    EpicFriend::AnswerDuePages();
     EpicAuth::GetInstance()->Tick();
   });
 }
 
+// In this order: pages that are complete get their friends. The platform is released. What EOS had
+// not completed by then is answered, the oldest first. Pages that wait for nothing of EOS, but for
+// their worker, are answered last; the worker finds its page closed.
 void zelk_epic_shutdown() {
-  const EosLock::Entry lock;
+  const EosLock::ShutdownGuard lock;
+  if (!lock.holds()) {
+    ZELK_LOG_AS("zelk_epic_shutdown", zelk::kLogError,
+                "a thread has not come back from EOS; the platform is left as it is");
+    return;
+  }
   AtBoundary("zelk_epic_shutdown", [] {
-    EpicFriend::AnswerForWorkers();
+    EpicFriend::AnswerDuePages();
     EpicAuth::GetInstance()->ShutDown();
   });
-  zelk::EosHeld::AnswerAfterShutdown();
-  EpicFriend::AnswerAfterShutdown();
+  zelk::InFlight::AnswerAfterShutdown();
+  EpicFriend::AnswerDuePages();
 }
 
 void zelk_epic_friend_queryfriends(const BaseParams& params, int32_t page, int32_t count,
                                    bool is_in_game) {
-  const EosLock::Entry lock;
+  const EosLock::EntryPointGuard lock;
   AtBoundary(
       "zelk_epic_friend_queryfriends",
       [&] { EpicFriend::GetInstance()->QueryFriends(params, page, count, is_in_game); },
-      [&] { AnswerUnknownError<zelk::FriendResult>(params); });
+      [&] { EpicFriend::OnUnknownError(params); });
 }
 
 namespace zelk {

@@ -13,6 +13,7 @@
 #include "eos_logging.h"
 #include "eos_types.h"
 #include "eos_userinfo_types.h"
+#include "zelk_epic_lock.h"
 #include "zelk_epic_pending.h"
 
 namespace zelk {
@@ -37,12 +38,19 @@ class EpicAuth {
   bool InitEpic(const BaseParams& params);
   // Drives EOS; nothing without a platform.
   void Tick();
-  // Releases the platform for good. What EOS has not answered is still to be answered.
+  // Releases the platform for good, and forgets the tokens. What EOS has not answered is still to
+  // be answered.
   void ShutDown();
 
-  EOS_HPlatform platform() const { return epic_platform_handle_; }
+  EOS_HPlatform platform() const {
+    EosLock::AssertHeld();
+    return epic_platform_handle_;
+  }
   // The signed-in account's text; empty when nobody is signed in.
-  const std::string& account_id() const { return epic_account_id_; }
+  const std::string& account_id() const {
+    EosLock::AssertHeld();
+    return epic_account_id_;
+  }
 
   // --- conversions: each logs what it converts; empty when there is nothing or EOS refuses ---
 
@@ -51,6 +59,8 @@ class EpicAuth {
   static std::string EpicEResultToString(EOS_EResult result);
   // Whatever EOS makes of the text, null and invalid handles included.
   static EOS_EpicAccountId EpicAccountIdFromString(std::string openid);
+  // The line of that conversion alone, for a worker, which logs outside of the EOS lock.
+  static void LogAccountIdFromString(const char* openid);
 
   // --- sign-in ---
 
@@ -88,8 +98,7 @@ class EpicAuth {
   EpicAuth();
 
   bool FetchAuthInterface();
-  void IssueFirstLogin(const BaseParams& params, int32_t scope_flags,
-                       Pending<LoginClientData> client_data);
+  void IssueFirstLogin(Pending<LoginClientData> client_data);
   void RegisterForConnect();
   void IssueDefaultLogin(Pending<LoginClientData> client_data);
   void StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id);

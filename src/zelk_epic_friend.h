@@ -15,6 +15,9 @@
 
 namespace zelk {
 
+struct FriendRequest;
+struct QueryFriendsContext;
+
 // The friends of a page, or all of them, as a FriendResult carries them.
 using PersonList = zelk_tp_stl_c::vector<PersonInfo>;
 
@@ -32,22 +35,27 @@ class EpicFriend {
   static void OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code, std::string ret_msg,
                                    int32_t third_code, std::string third_msg);
 
-  // Commits what the workers left for the tick thread to answer. Called by every tick.
-  static void AnswerForWorkers();
-  // After the platform was released: answers the pages that workers still work on.
-  static void AnswerAfterShutdown();
+  // Answers a friend query that could not be started or ended for want of memory or the like.
+  static void OnUnknownError(const BaseParams& params);
+
+  // Answers the pages that can be answered now: those that a worker left for the tick thread, or
+  // whose player signed out; after the platform was released, all of them. Called by every tick.
+  static void AnswerDuePages() noexcept;
 
  private:
   EpicFriend() = default;
 
   static void EOS_CALL
   QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbackInfo* data);
+  static bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
+                       const QueryFriendsContext& context);
 
   // Asks for the details of the friends of a page, on a thread of its own if one can be had. The
-  // answer is committed on the tick thread.
-  void QueryFirendsInfoInThread(const BaseParams& params,
+  // answer is committed on the tick thread. When this throws, it will not be.
+  void QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
                                 const std::shared_ptr<const PersonList>& friends, int32_t current,
                                 int32_t total, bool is_in_game);
+  static bool StartWorker(void* context);
   // What the worker runs; owns its context, a FriendsInfoThreadContext. Always 0.
   static uint32_t QueryFriendsInfoThreadProc(void* context);
   static void EOS_CALL

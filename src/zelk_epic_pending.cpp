@@ -1,38 +1,79 @@
 #include "zelk_epic_pending.h"
 
+#include <array>
+#include <cstdint>
+
 #include "zelk_epic_boundary.h"
+#include "zelk_epic_lock.h"
 
 namespace zelk {
+namespace {
 
-constinit PendingList EosHeld::contexts_;
+// A hash table of fixed size, so that nothing has to be allocated where a call is made. With all
+// 100,000 friends of a page in flight a bucket holds three.
+constexpr unsigned kBucketBits = 15;
+constinit std::array<PendingContext*, std::size_t{1} << kBucketBits> buckets{};
 
-void PendingList::Append(PendingContext* context) noexcept {
-  context->previous_ = last_;
-  context->next_ = nullptr;
-  (last_ != nullptr ? last_->next_ : first_) = context;
-  last_ = context;
+}  // namespace
+
+constinit PendingContext* InFlight::oldest_ = nullptr;
+constinit PendingContext* InFlight::newest_ = nullptr;
+
+// Multiplied by the golden ratio: contexts of one page lie at even distances.
+PendingContext** InFlight::BucketOf(const void* client_data) noexcept {
+  const auto address = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(client_data));
+  return &buckets[(address * 0x9E3779B97F4A7C15) >> (64 - kBucketBits)];
 }
 
-void PendingList::Remove(PendingContext* context) noexcept {
-  (context->previous_ != nullptr ? context->previous_->next_ : first_) = context->next_;
-  (context->next_ != nullptr ? context->next_->previous_ : last_) = context->previous_;
-  context->previous_ = context->next_ = nullptr;
+void* InFlight::HandOver(EosCall call, Pending<PendingContext> context) noexcept {
+  PendingContext* const handed_over = context.release();
+  handed_over->call_ = call;
+  ++handed_over->completions_owed_;
+  Insert(handed_over);
+  return handed_over;
 }
 
-void PendingList::AnswerAfterShutdown() noexcept {
-  while (first_ != nullptr) {
-    PendingContext* context = first_;
-    Remove(context);  // NOLINT(clang-analyzer-cplusplus.NewDelete): what was freed is in no list
+PendingContext* InFlight::Find(EosCall call, const void* client_data) noexcept {
+  EosLock::AssertHeld();
+  PendingContext* context = *BucketOf(client_data);
+  while (context != nullptr && context != client_data) context = context->next_in_bucket_;
+  return context != nullptr && context->call_ == call ? context : nullptr;
+}
+
+void InFlight::Insert(PendingContext* context) noexcept {
+  EosLock::AssertHeld();
+  PendingContext** const bucket = BucketOf(context);
+  context->next_in_bucket_ = *bucket;
+  *bucket = context;
+  context->older_ = newest_;
+  context->newer_ = nullptr;
+  (newest_ != nullptr ? newest_->newer_ : oldest_) = context;
+  newest_ = context;
+}
+
+void InFlight::Remove(PendingContext* context) noexcept {
+  PendingContext** link = BucketOf(context);
+  while (*link != context) link = &(*link)->next_in_bucket_;
+  *link = context->next_in_bucket_;
+  (context->older_ != nullptr ? context->older_->newer_ : oldest_) = context->newer_;
+  (context->newer_ != nullptr ? context->newer_->older_ : newest_) = context->older_;
+}
+
+void InFlight::AnswerAfterShutdown() noexcept {
+  while (oldest_ != nullptr) {
+    PendingContext* const context = oldest_;
+    Remove(context);
+    context->completions_owed_ = 0;
+    const Pending<PendingContext> owned(context);
     const auto answer = [context] { context->AnswerAfterShutdown(); };
-    AtBoundary("zelk::PendingList::AnswerAfterShutdown", answer, answer);
-    context->Release();
+    AtBoundary("zelk::InFlight::AnswerAfterShutdown", answer, answer);
   }
 }
 
-void ReleasePending::operator()(PendingContext* context) const noexcept {
-  if (context->calls_owed_ == 0) return context->Release();
-  context->End();
-  EosHeld::contexts_.Append(context);
+void ClearAndFree::operator()(PendingContext* context) const noexcept {
+  context->Clear();
+  if (context->completions_owed_ > 0) return InFlight::Insert(context);
+  delete context;
 }
 
 }  // namespace zelk

@@ -1,118 +1,100 @@
-// The contexts of requests in progress: what EOS holds as client data between a call and its
-// completion, and what waits for the next tick. All of it is touched under the EOS lock only.
+// The contexts of requests in progress: what EOS holds as client data from a call to its
+// completion. All of it is touched under the EOS lock only.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <utility>
 
 namespace zelk {
 
-class PendingList;
-struct ReleasePending;
+// The asynchronous EOS calls, by what completes them.
+enum class EosCall {
+  kAuthLogin,
+  kConnectLogin,
+  kConnectCreateUser,
+  kQueryUserInfo,
+  kQueryFriends,
+  kQueryFriendUserInfo,
+};
 
-// A context with exactly one owner at every moment: the step that works on it, or a PendingList.
+// A context has one owner at every moment: the step of the plugin that works on it, or EOS.
 class PendingContext {
  public:
   PendingContext() = default;
   PendingContext(const PendingContext&) = delete;
   PendingContext& operator=(const PendingContext&) = delete;
+  virtual ~PendingContext() = default;
 
   // Answers what the context still owes, as if the request had been made after the shutdown.
   virtual void AnswerAfterShutdown() = 0;
-  // Ends what the context stands for; it stays behind empty for a completion that EOS still owes.
-  virtual void End() noexcept {}
-  // Ends and frees the context.
-  virtual void Release() noexcept {
-    End();
-    delete this;
-  }
-
-  // The one behind this in its list; null for the last.
-  PendingContext* next() const { return next_; }
-
- protected:
-  virtual ~PendingContext() = default;
+  // Answers what the context still owes, and gives up what it holds. Its owner calls it last.
+  virtual void Clear() noexcept {}
 
  private:
-  friend class PendingList;
-  friend class EosHeld;
-  friend struct ReleasePending;
+  friend class InFlight;
+  friend struct ClearAndFree;
 
-  PendingContext* previous_ = nullptr;
-  PendingContext* next_ = nullptr;
-  int calls_owed_ = 0;  // completions that EOS still owes with this context as client data
+  EosCall call_{};                            // the last one that it was handed over with
+  int completions_owed_ = 0;                  // that EOS has still to run with this context
+  PendingContext* older_ = nullptr;           // among those that EOS holds
+  PendingContext* newer_ = nullptr;           // likewise
+  PendingContext* next_in_bucket_ = nullptr;  // likewise, of the same hash
 };
 
-// A list of contexts, in the order they were appended. Owns them; nothing in it allocates or
-// throws.
-class PendingList {
- public:
-  constexpr PendingList() = default;
-  PendingList(const PendingList&) = delete;
-  PendingList& operator=(const PendingList&) = delete;
-
-  void Append(PendingContext* context) noexcept;
-  void Remove(PendingContext* context) noexcept;
-  bool empty() const { return first_ == nullptr; }
-  PendingContext* first() const { return first_; }
-
-  // Lets every context answer, then frees it. An answer that throws is logged and tried once more.
-  void AnswerAfterShutdown() noexcept;
-
- private:
-  PendingContext* first_ = nullptr;
-  PendingContext* last_ = nullptr;
-};
-
-// Frees a context, or gives it back to EOS, empty, while EOS will still call with it.
-struct ReleasePending {
+// How an owner parts with a context: it is cleared and freed. But while EOS has announced another
+// completion with it, it is returned to EOS, cleared: its address must not become another
+// context's.
+struct ClearAndFree {
   void operator()(PendingContext* context) const noexcept;
 };
 
-// The one owner of a context while the plugin works on it.
 template <class Context>
-using Pending = std::unique_ptr<Context, ReleasePending>;
+using Pending = std::unique_ptr<Context, ClearAndFree>;
 
-// Makes a context, owned by the caller.
 template <class Context, class... Arguments>
 Pending<Context> MakePending(Arguments&&... arguments) {
   return Pending<Context>(new Context(std::forward<Arguments>(arguments)...));
 }
 
-// What EOS holds. A context goes in with every asynchronous EOS call and comes out in its
-// completion.
-class EosHeld {
+// What EOS holds. Takes no memory, and never fails.
+class InFlight {
  public:
-  // Hands `context` over as the client data of a call that is about to be made.
-  template <class Context>
-  static void* Give(Pending<Context> context) noexcept {
-    Context* held = context.release();
-    ++held->calls_owed_;
-    contexts_.Append(held);
-    return held;
-  }
+  // Hands `context` over to EOS, as the client data of the call that is about to be made.
+  static void* HandOver(EosCall call, Pending<PendingContext> context) noexcept;
 
-  // Takes the context of a completion back; null when there is none. `Context` is the type given.
+  // Reclaims the context of a completion. Null when EOS does not hold `client_data` for that call,
+  // or no longer: it is compared, never followed. `Context` is what the call is always made with.
   // `completes_again` says that EOS will run the same completion again, with the same client data.
   template <class Context>
-  static Pending<Context> Take(void* client_data, bool completes_again) noexcept {
-    Pending<Context> context(static_cast<Context*>(client_data));
-    if (context == nullptr) return context;
-    contexts_.Remove(context.get());
-    if (!completes_again) --context->calls_owed_;
-    return context;
+  static Pending<Context> Reclaim(EosCall call, const void* client_data,
+                                  bool completes_again) noexcept {
+    PendingContext* const context = Find(call, client_data);
+    if (context != nullptr) {
+      Remove(context);
+      if (!completes_again) --context->completions_owed_;
+    }
+    return Pending<Context>(static_cast<Context*>(context));
   }
 
-  // Leaves the context with EOS after all: for the completion that comes again, or for the
-  // shutdown.
-  static void PutBack(PendingContext* context) noexcept { contexts_.Append(context); }
+  // Returns the context of a completion to EOS, untouched: for the completion that comes again, or
+  // for the shutdown.
+  static void Return(Pending<PendingContext> context) noexcept { Insert(context.release()); }
 
-  // After the platform was released: EOS will complete nothing any more.
-  static void AnswerAfterShutdown() noexcept { contexts_.AnswerAfterShutdown(); }
+  // After the platform was released, when EOS completes nothing any more: lets every context
+  // answer, the oldest first, and frees it. An answer that throws is logged and tried once more.
+  static void AnswerAfterShutdown() noexcept;
 
  private:
-  friend struct ReleasePending;
-  static constinit PendingList contexts_;
+  friend struct ClearAndFree;
+
+  static PendingContext** BucketOf(const void* client_data) noexcept;
+  static PendingContext* Find(EosCall call, const void* client_data) noexcept;
+  static void Insert(PendingContext* context) noexcept;
+  static void Remove(PendingContext* context) noexcept;
+
+  static constinit PendingContext* oldest_;
+  static constinit PendingContext* newest_;
 };
 
 }  // namespace zelk

@@ -1,15 +1,14 @@
 #include "zelk_epic_auth.h"
 
-#include <algorithm>
-#include <array>
-#include <limits>
 #include <memory>
-#include <string_view>
 #include <utility>
 
-#include <windows.h>
-
-#include "core_contract/config.h"
+#include "auth/eos_values.h"
+#include "auth/log_levels.h"
+#include "auth/login_credentials.h"
+#include "auth/login_request.h"
+#include "auth/login_tables.h"
+#include "auth/platform_options.h"
 #include "core_contract/json.h"
 #include "core_contract/login_parameters.h"
 #include "core_contract/method_id.h"
@@ -24,6 +23,7 @@
 #include "zelk_epic_boundary.h"
 #include "zelk_epic_commit.h"
 #include "zelk_epic_log.h"
+#include "zelk_epic_secret.h"
 
 namespace zelk {
 namespace {
@@ -32,109 +32,29 @@ constexpr char kChannel[] = "Epic";
 constexpr int32_t kChannelId = 24;
 
 // The operations whose lines are written by more than one function.
-constexpr char kLoginFunction[] = "zelk::EpicAuth::Login";
-constexpr char kConnectLoginFunction[] = "zelk::EpicAuth::ConnectLogin";
 constexpr char kInitEpicFunction[] = "zelk::EpicAuth::InitEpic";
+constexpr char kLoginFunction[] = "zelk::EpicAuth::Login";
+constexpr char kLoginCompleteFunction[] = "zelk::EpicAuth::LoginCompleteCallbackFn";
+constexpr char kConnectLoginFunction[] = "zelk::EpicAuth::ConnectLogin";
 constexpr char kFinishFunction[] = "zelk::EpicAuth::OnEpicPlatfromGetUserInfoFinish";
-
-const char* TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
 MMKV* Store() { return MMKV::defaultMMKV(kMmkvSingleProcess, nullptr); }
 
-}  // namespace
-
-// --- the request of a login, on its way through EOS ---
-
-// The heap copy of a login's request. From OweAnswer on it owes the core one answer: whoever ends
-// the request gives it, and if nobody could, the copy does as it goes.
-struct LoginRequest final : PendingContext {
-  explicit LoginRequest(const BaseParams& request) : params(request) {}
-
-  void OweAnswer() { owes_answer_ = true; }
-  // False once it was answered: a completion that comes again finds nothing left to do.
-  bool owes_answer() const { return owes_answer_; }
-  void Answered() { owes_answer_ = false; }
-
-  void AnswerAfterShutdown() override;
-  void End() noexcept override;
-
-  BaseParams params;
-
- private:
-  bool owes_answer_ = false;
-};
-
-namespace {
-
-// A text that leaves no trace in memory.
-class SecretText {
- public:
-  SecretText() = default;
-  SecretText(const SecretText&) = delete;
-  SecretText& operator=(const SecretText&) = delete;
-  ~SecretText() { Wipe(); }
-
-  void Wipe() {
-    volatile char* text = text_.data();
-    for (std::size_t i = 0; i < text_.size(); ++i) text[i] = 0;
-    text_.clear();
-  }
-  std::string& text() { return text_; }
-
- private:
-  std::string text_;
-};
-
-struct ReleaseLoginOptions {
-  void operator()(EOS_Auth_LoginOptions* options) const {
-    delete options->Credentials;
-    delete options;
-  }
-};
-using LoginOptions = std::unique_ptr<EOS_Auth_LoginOptions, ReleaseLoginOptions>;
-
-}  // namespace
-
-// The client data of both EOS_Auth_Login attempts.
-struct LoginClientData final : PendingContext {
-  void AnswerAfterShutdown() override {
-    if (base_params_ != nullptr) base_params_->AnswerAfterShutdown();
-  }
-  void End() noexcept override {
-    login_options_.reset();
-    base_params_.reset();
-    id_.Wipe();
-    token_.Wipe();
-  }
-
-  LoginOptions login_options_;         // the login mode's own attempt; null once it was issued
-  Pending<LoginRequest> base_params_;  // null once it was handed on or answered
-  SecretText id_;                      // what the attempt's credentials point to
-  SecretText token_;
-};
-
-namespace {
-
-// Frees the client data with everything in it.
-void ReleaseLoginClientData(Pending<LoginClientData> client_data) { client_data.reset(); }
-
-void CommitAuthResult(const BaseParams& params, AuthResult& result) {
+void CommitLoginFailure(const BaseParams& params, int32_t ret_code) {
+  AuthResult result(ret_code);
   result.method_id = params.method_id;
   Commit(params, result);
-}
-
-void EndWithoutPlatform(const BaseParams& params) {
-  AuthResult result(kResultNotInitialized);
-  CommitAuthResult(params, result);
 }
 
 void EndWithNullPlatform(const BaseParams& params) {
   ZELK_LOG_AS(kLoginFunction, kLogError, "[%s], epic_platform_handle_ is null",
               params.seq_id.c_str());
-  EndWithoutPlatform(params);
+  CommitLoginFailure(params, kResultNotInitialized);
 }
 
 }  // namespace
+
+// --- what becomes of a login that no step of it ends ---
 
 void LoginRequest::AnswerAfterShutdown() {
   if (!owes_answer_) return;
@@ -142,13 +62,13 @@ void LoginRequest::AnswerAfterShutdown() {
   Answered();
 }
 
-void LoginRequest::End() noexcept {
-  if (!owes_answer_) return;
-  AtBoundary("zelk::LoginRequest::End", [this] {
-    AuthResult result(kResultUnknownError);
-    CommitAuthResult(params, result);
-  });
-  Answered();
+void LoginRequest::Clear() noexcept {
+  if (owes_answer_) {
+    AtBoundary("zelk::LoginRequest::Clear",
+               [this] { CommitLoginFailure(params, kResultUnknownError); });
+    Answered();
+  }
+  Wipe(params.extra_json);
 }
 
 // --- the object ---
@@ -165,131 +85,29 @@ EpicAuth* EpicAuth::GetInstance() {
 
 // --- the log bridge and the conversions ---
 
-namespace {
-
-struct LevelRow {
-  EOS_ELogLevel eos;
-  LogLevel sdk;
-};
-constexpr std::array kLevels{
-    LevelRow{EOS_ELogLevel::EOS_LOG_Fatal, kLogError},
-    LevelRow{EOS_ELogLevel::EOS_LOG_Error, kLogError},
-    LevelRow{EOS_ELogLevel::EOS_LOG_Warning, kLogWarning},
-};
-
-LogLevel SdkLevel(EOS_ELogLevel level) {
-  for (const LevelRow& row : kLevels) {
-    if (row.eos == level) return row.sdk;
-  }
-  return kLogInfo;
+void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message) {
+  if (message == nullptr || message->Level == EOS_ELogLevel::EOS_LOG_Off) return;
+  ZELK_LOG(SdkLogLevel(message->Level), "[EOS SDK] %s: %s", TextOrEmpty(message->Category),
+           TextOrEmpty(message->Message));
 }
 
-constexpr int32_t kIdTextSize = 128;
+namespace {
 
-// What EOS_EpicAccountId_ToString and EOS_ProductUserId_ToString have in common.
+// The text of an identifier, whose kind `to_string` converts; empty when EOS refuses.
 template <class Id>
-std::string IdText(const char* function, const char* eos_function, Id id,
+std::string IdText(const char* function, Id id,
                    EOS_EResult(EOS_CALL* to_string)(Id, char*, int32_t*)) {
-  std::string text;
-  if (id == nullptr) {
-    ZELK_LOG_AS(function, kLogError, "account_id is NULL");
-    return text;
-  }
-  char buffer[kIdTextSize] = {};
-  int32_t size = kIdTextSize;
+  constexpr int32_t kSize = 128;
+  char buffer[kSize] = {};
+  int32_t size = kSize;
   const EOS_EResult result = to_string(id, buffer, &size);
   if (result != EOS_EResult::EOS_Success) {
     const std::string name = EpicAuth::EpicEResultToString(result);
     ZELK_LOG_AS(function, kLogError, "EOS_EpicAccountId_ToString error:%s", name.c_str());
-  } else {
-    buffer[kIdTextSize - 1] = '\0';
-    text = buffer;
+    return "";
   }
-  ZELK_LOG_AS(function, kLogInfo, "%s result:%s", eos_function, text.c_str());
-  return text;
-}
-
-}  // namespace
-
-void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message) {
-  if (message == nullptr || message->Level == EOS_ELogLevel::EOS_LOG_Off) return;
-  ZELK_LOG(SdkLevel(message->Level), "[EOS SDK] %s: %s", TextOrEmpty(message->Category),
-           TextOrEmpty(message->Message));
-}
-
-std::string EpicAuth::EpicAccountIdToString(EOS_EpicAccountId id) {
-  return IdText("zelk::EpicAuth::EpicAccountIdToString", "EOS_EpicAccountId_ToString", id,
-                &EOS_EpicAccountId_ToString);
-}
-
-std::string EpicAuth::EpicProductIdToString(EOS_ProductUserId id) {
-  return IdText("zelk::EpicAuth::EpicProductIdToString", "EOS_ProductUserId_ToString", id,
-                &EOS_ProductUserId_ToString);
-}
-
-std::string EpicAuth::EpicEResultToString(EOS_EResult result) {
-  std::string text = TextOrEmpty(EOS_EResult_ToString(result));
-  ZELK_LOG(kLogInfo, "EOS_EResult_ToString result:%s", text.c_str());
-  return text;
-}
-
-EOS_EpicAccountId EpicAuth::EpicAccountIdFromString(std::string openid) {
-  ZELK_LOG(kLogInfo, "Call EOS_EpicAccountId_FromString, openid str:%s", openid.c_str());
-  return EOS_EpicAccountId_FromString(openid.c_str());
-}
-
-// --- the platform ---
-
-namespace {
-
-// The configuration of the platform, in the order in which it is read.
-struct PlatformConfig {
-  static SdkString Read(const char* key) { return Config::GetString(key, "", kLogTag); }
-
-  SdkString product_name = Read("EPIC_PRODUCT_NAME");
-  SdkString product_version = Read("EPIC_PRODUCT_VERSION");
-  SdkString product_id = Read("EPIC_PRODUCT_ID");
-  SdkString sandbox_id = Read("EPIC_SANDBOX_ID");
-  SdkString deployment_id = Read("EPIC_DEPLOYMENT_ID");
-  SdkString client_id = Read("EPIC_CLIENT_ID");
-  SdkString client_secret = Read("EPIC_CLIENT_SECRET");
-};
-
-constexpr bool IsEncryptionKey(std::string_view key) {
-  return key.size() == 64 &&
-         key.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
-}
-static_assert(IsEncryptionKey(ZELK_ENCRYPTION_KEY),
-              "ZELK_ENCRYPTION_KEY must be 64 hexadecimal digits");
-
-// The key of what EOS keeps on disk.
-const char* EncryptionKey() {
-  static const std::string encryption_key = ZELK_ENCRYPTION_KEY;
-  return encryption_key.c_str();
-}
-
-// The temporary-files directory, where EOS keeps what outlives the process. Asked for until there
-// is an answer.
-const char* CacheDirectory() {
-  constexpr DWORD kSize = 1024;
-  static char cache_directory[kSize];
-  if (cache_directory[0] == '\0') GetTempPathA(kSize, cache_directory);
-  return cache_directory;
-}
-
-bool InitializeEos(const PlatformConfig& config) {
-  const EOS_InitializeOptions options{
-      .ApiVersion = 3,
-      .AllocateMemoryFunction = nullptr,
-      .ReallocateMemoryFunction = nullptr,
-      .ReleaseMemoryFunction = nullptr,
-      .ProductName = config.product_name.c_str(),
-      .ProductVersion = config.product_version.c_str(),
-      .Reserved = nullptr,
-      .SystemInitializeOptions = nullptr,
-  };
-  ZELK_LOG_AS(kInitEpicFunction, kLogInfo, "Call EOS_Initialize");
-  return EOS_Initialize(&options) == EOS_EResult::EOS_Success;
+  buffer[kSize - 1] = '\0';
+  return buffer;
 }
 
 // EOS works on without it when this fails.
@@ -303,35 +121,64 @@ void BridgeEosLog() {
   EOS_Logging_SetLogLevel(EOS_ELogCategory::EOS_LC_ALL_CATEGORIES, EOS_ELogLevel::EOS_LOG_Verbose);
 }
 
-EOS_HPlatform CreateEosPlatform(const PlatformConfig& config) {
-  EOS_Platform_Options options{};
-  options.ApiVersion = 7;
-  options.ProductId = config.product_id.c_str();
-  options.SandboxId = config.sandbox_id.c_str();
-  options.ClientCredentials.ClientId = config.client_id.c_str();
-  options.ClientCredentials.ClientSecret = config.client_secret.c_str();
-  options.bIsServer = EOS_FALSE;
-  options.EncryptionKey = EncryptionKey();
-  options.DeploymentId = config.deployment_id.c_str();
-  options.CacheDirectory = CacheDirectory();
-  ZELK_LOG_AS(kInitEpicFunction, kLogInfo, "Call EOS_Platform_Create");
-  return EOS_Platform_Create(&options);
+}  // namespace
+
+std::string EpicAuth::EpicAccountIdToString(EOS_EpicAccountId id) {
+  if (id == nullptr) {
+    ZELK_LOG(kLogError, "account_id is NULL");
+    return "";
+  }
+  std::string text =
+      IdText("zelk::EpicAuth::EpicAccountIdToString", id, &EOS_EpicAccountId_ToString);
+  ZELK_LOG(kLogInfo, "EOS_EpicAccountId_ToString result:%s", text.c_str());
+  return text;
 }
 
-}  // namespace
+std::string EpicAuth::EpicProductIdToString(EOS_ProductUserId id) {
+  if (id == nullptr) {
+    ZELK_LOG(kLogError, "account_id is NULL");
+    return "";
+  }
+  std::string text =
+      IdText("zelk::EpicAuth::EpicProductIdToString", id, &EOS_ProductUserId_ToString);
+  ZELK_LOG(kLogInfo, "EOS_ProductUserId_ToString result:%s", text.c_str());
+  return text;
+}
+
+std::string EpicAuth::EpicEResultToString(EOS_EResult result) {
+  std::string text = TextOrEmpty(EOS_EResult_ToString(result));
+  ZELK_LOG(kLogInfo, "EOS_EResult_ToString result:%s", text.c_str());
+  return text;
+}
+
+void EpicAuth::LogAccountIdFromString(const char* openid) {
+  ZELK_LOG_AS("zelk::EpicAuth::EpicAccountIdFromString", kLogInfo,
+              "Call EOS_EpicAccountId_FromString, openid str:%s", openid);
+}
+
+EOS_EpicAccountId EpicAuth::EpicAccountIdFromString(std::string openid) {
+  LogAccountIdFromString(openid.c_str());
+  return EOS_EpicAccountId_FromString(openid.c_str());
+}
+
+// --- the platform ---
 
 bool EpicAuth::InitEpic(const BaseParams& params) {
   ZELK_LOG(kLogInfo, "[%s], EpicAuth begin InitEpic, init_=%s", params.seq_id.c_str(),
            init_ ? "true" : "false");
   if (init_) return true;
   const PlatformConfig config;
-  EncryptionKey();  // needs memory, and EOS cannot be initialised a second time
-  if (!InitializeEos(config)) {
+  const EOS_InitializeOptions initialize = InitializeOptions(config);
+  EncryptionKey();  // takes memory, and EOS cannot be initialised a second time
+  ZELK_LOG(kLogInfo, "Call EOS_Initialize");
+  if (EOS_Initialize(&initialize) != EOS_EResult::EOS_Success) {
     ZELK_LOG(kLogError, "Epic SDK Init Failed!");
     return false;
   }
   BridgeEosLog();
-  epic_platform_handle_ = CreateEosPlatform(config);
+  const EOS_Platform_Options create = PlatformOptions(config);
+  ZELK_LOG(kLogInfo, "Call EOS_Platform_Create");
+  epic_platform_handle_ = EOS_Platform_Create(&create);
   if (epic_platform_handle_ == nullptr) {
     ZELK_LOG(kLogError, "[EOS SDK] Platform Create Failed!");
     return false;
@@ -345,8 +192,10 @@ void EpicAuth::Tick() {
   if (epic_platform_handle_ != nullptr) EOS_Platform_Tick(epic_platform_handle_);
 }
 
-// The platform counts as gone before its release begins: a completion that EOS runs during the
-// release starts nothing new.
+// In this order. The platform counts as gone before its release begins, so that a completion that
+// EOS runs during the release starts nothing new. EOS is shut down only when its platform is
+// released. No EOS call follows but that for the name of a result. The tokens go last: a login that
+// EOS completes during the release is still answered with them.
 void EpicAuth::ShutDown() {
   if (!init_) return;
   const EOS_HPlatform platform = std::exchange(epic_platform_handle_, nullptr);
@@ -356,6 +205,8 @@ void EpicAuth::ShutDown() {
     const std::string name = EpicEResultToString(result);
     ZELK_LOG(kLogWarning, "Epic EOS SDK, ShutDown failed with third error: ,%s", name.c_str());
   }
+  Wipe(access_token_);
+  Wipe(refresh_token_);
 }
 
 // Kept once it was had, also when the platform is gone: check the platform before any use.
@@ -370,184 +221,36 @@ bool EpicAuth::FetchAuthInterface() {
 
 namespace {
 
-struct LoginMode {
-  std::string_view word;
-  EOS_ELoginCredentialType type;
-  const char* id_key;     // where the credentials' Id comes from, if they have one
-  const char* token_key;  // likewise their Token
-};
-#define ZELK_ROW(word, type, id_key, token_key) \
-  LoginMode{word, EOS_ELoginCredentialType::type, id_key, token_key},
-constexpr std::array kLoginModes{ZELK_LOGIN_MODES(ZELK_ROW)};
-#undef ZELK_ROW
-// Any other word goes to EOS as it is, without credentials: EOS says what is wrong with it.
-constexpr LoginMode kOtherLoginMode{"", EOS_ELoginCredentialType::EOS_LCT_Password, nullptr,
-                                    nullptr};
-
-const LoginMode& FindLoginMode(std::string_view word) {
-  const auto row = std::ranges::find(kLoginModes, word, &LoginMode::word);
-  return row != kLoginModes.end() ? *row : kOtherLoginMode;
-}
-
-struct Permission {
-  std::string_view word;
-  EOS_EAuthScopeFlags scope_flag;
-};
-#define ZELK_ROW(word, scope_flag) Permission{word, EOS_EAuthScopeFlags::scope_flag},
-constexpr std::array kPermissions{ZELK_PERMISSIONS(ZELK_ROW)};
-#undef ZELK_ROW
-
-bool HasLoginMode(const JSONReaderParse& parameters) {
-  return parameters.IsObject() && parameters.HasMember(kLoginModeKey);
-}
-
 // The request's own parameters; for an automatic login without any, those of the last successful
 // login.
-std::string LoginParameters(const BaseParams& params) {
-  std::string parameters = params.extra_json;
+void ReadLoginParameters(const BaseParams& params, SecretText& parameters) {
+  parameters.text() = params.extra_json;
   if (params.method_id == kMethodIDAuthLogin) {
     Store()->removeValueForKey(kStoredParametersKey);
   } else if (params.method_id == kMethodIDAuthAutoLogin &&
-             !HasLoginMode(JSONReaderParse(parameters))) {
-    parameters.clear();
-    Store()->getString(kStoredParametersKey, parameters);
+             !HasLoginMode(JSONReaderParse(parameters.text()))) {
+    Wipe(parameters.text());
+    Store()->getString(kStoredParametersKey, parameters.text());
   }
-  return parameters;
 }
 
-int32_t ScopeFlag(const BaseParams& params, const char* word) {
-  ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], permission:%s", params.seq_id.c_str(), word);
-  const auto row = std::ranges::find(kPermissions, std::string_view(word), &Permission::word);
-  if (row != kPermissions.end()) return static_cast<int32_t>(row->scope_flag);
-  ZELK_LOG_AS(kLoginFunction, kLogWarning, "[%s], epic invalid permission: %s",
-              params.seq_id.c_str(), word);
-  return 0;
-}
-
-int32_t ScopeFlags(const BaseParams& params, const std::string& permissions) {
-  int32_t flags = 0;
+EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& permissions) {
+  auto flags = EOS_EAuthScopeFlags::EOS_AS_NoFlags;
   if (permissions.empty()) return flags;
+  const char* seq_id = params.seq_id.c_str();
   zelk_tp_stl_c::vector<SdkString> words;
   SplitString(SdkString(permissions), SdkString(","), words, true);
-  for (const SdkString& word : words) flags |= ScopeFlag(params, word.c_str());
+  for (const SdkString& word : words) {
+    ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], permission:%s", seq_id, word.c_str());
+    if (const Permission* permission = FindPermission(word.c_str())) {
+      flags |= permission->scope_flag;
+    } else {
+      ZELK_LOG_AS(kLoginFunction, kLogWarning, "[%s], epic invalid permission: %s", seq_id,
+                  word.c_str());
+    }
+  }
   return flags;
 }
-
-LoginOptions MakeLoginOptions(EOS_ELoginCredentialType type, int32_t scope_flags) {
-  auto credentials = std::make_unique<EOS_Auth_Credentials>();
-  credentials->ApiVersion = 2;
-  credentials->Type = type;
-  LoginOptions options(new EOS_Auth_LoginOptions{});
-  options->ApiVersion = 2;
-  options->Credentials = credentials.release();
-  options->ScopeFlags = static_cast<EOS_EAuthScopeFlags>(scope_flags);
-  return options;
-}
-
-// The first of the mode's keys that the parameters lack, or null.
-const char* MissingKey(const LoginMode& mode, const JSONReaderParse& parameters) {
-  for (const char* key : {mode.id_key, mode.token_key}) {
-    if (key != nullptr && !parameters.HasMember(key)) return key;
-  }
-  return nullptr;
-}
-
-// Reads the member `key` into `text`, which has to outlive the credentials; null without a key.
-const char* ReadSecret(const JSONReaderParse& parameters, const char* key, SecretText& text) {
-  if (key == nullptr) return nullptr;
-  parameters[key].Convert(text.text(), false);
-  return text.text().c_str();
-}
-
-Pending<LoginClientData> MakeLoginClientData(const BaseParams& params, const LoginMode& mode,
-                                             const JSONReaderParse& parameters,
-                                             int32_t scope_flags) {
-  auto client_data = MakePending<LoginClientData>();
-  client_data->login_options_ = MakeLoginOptions(mode.type, scope_flags);
-  // Made as const only to be handed to EOS as such.
-  auto* credentials = const_cast<EOS_Auth_Credentials*>(client_data->login_options_->Credentials);
-  credentials->Id = ReadSecret(parameters, mode.id_key, client_data->id_);
-  credentials->Token = ReadSecret(parameters, mode.token_key, client_data->token_);
-  client_data->base_params_ = MakePending<LoginRequest>(params);
-  return client_data;
-}
-
-}  // namespace
-
-void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
-  const char* seq_id = params.seq_id.c_str();
-  ZELK_LOG(kLogInfo, "[%s], EpicAuth begin login", seq_id);
-  const JSONReaderParse parameters(LoginParameters(params));
-  if (!HasLoginMode(parameters)) return LoginEndWithInvalidArgument(params, kLoginModeKey);
-  const int32_t scope_flags = ScopeFlags(params, permissions);
-  if (!InitEpic(params)) {
-    ZELK_LOG(kLogError, "[%s], Epic init error", seq_id);
-    return EndWithoutPlatform(params);
-  }
-  if (epic_platform_handle_ == nullptr || !FetchAuthInterface()) return EndWithNullPlatform(params);
-  std::string login_mode;
-  parameters[kLoginModeKey].Convert(login_mode, false);
-  ZELK_LOG(kLogInfo, "[%s], login_mode:%s", seq_id, login_mode.c_str());
-  const LoginMode& mode = FindLoginMode(login_mode);
-  if (const char* key = MissingKey(mode, parameters)) {
-    return LoginEndWithInvalidArgument(params, key);
-  }
-  IssueFirstLogin(params, scope_flags, MakeLoginClientData(params, mode, parameters, scope_flags));
-  RegisterForConnect();
-}
-
-// With the persistent authorisation that EOS kept from an earlier sign-in; what the request brought
-// is for the second attempt.
-void EpicAuth::IssueFirstLogin(const BaseParams& params, int32_t scope_flags,
-                               Pending<LoginClientData> client_data) {
-  const EOS_Auth_Credentials credentials{.ApiVersion = 2,
-                                         .Type = EOS_ELoginCredentialType::EOS_LCT_PersistentAuth};
-  const EOS_Auth_LoginOptions options{.ApiVersion = 2,
-                                      .Credentials = &credentials,
-                                      .ScopeFlags = static_cast<EOS_EAuthScopeFlags>(scope_flags)};
-  ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], call EOS_Auth_Login", params.seq_id.c_str());
-  client_data->base_params_->OweAnswer();
-  EOS_Auth_Login(epic_auth_handle_, &options, EosHeld::Give(std::move(client_data)),
-                 &LoginCompleteCallbackFn);
-}
-
-void EpicAuth::RegisterForConnect() {
-  epic_connect_handle_ = EOS_Platform_GetConnectInterface(epic_platform_handle_);
-  if (auth_expiration_notify_id_ != 0 || epic_connect_handle_ == nullptr) return;
-  const EOS_Connect_AddNotifyAuthExpirationOptions options{.ApiVersion = 1};
-  auth_expiration_notify_id_ = EOS_Connect_AddNotifyAuthExpiration(
-      epic_connect_handle_, &options, nullptr, &ConnectAuthExpirationCb);
-}
-
-void EpicAuth::LoginEndWithInvalidArgument(const BaseParams& params,
-                                           const std::string& argument_name) {
-  ZELK_LOG(kLogError, "[%s], LoginEndWithInvalidArgument [%s]", params.seq_id.c_str(),
-           argument_name.c_str());
-  AuthResult result(kResultInvalidArgument);
-  CommitAuthResult(params, result);
-}
-
-void EpicAuth::LoginEndWithThirdError(const BaseParams& params, int32_t err_code,
-                                      const std::string& err_msg) {
-  ZELK_LOG(kLogError, "[%s], LoginEndWithThirdError, err_code:%d, err_msg:%s",
-           params.seq_id.c_str(), err_code, err_msg.c_str());
-  AuthResult result(kResultThirdError);
-  result.third_code = err_code;
-  result.third_msg = err_msg;
-  CommitAuthResult(params, result);
-}
-
-void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
-                                 const std::string& result_text) {
-  LoginEndWithThirdError(request->params, static_cast<int32_t>(result), result_text);
-  request->Answered();
-}
-
-// --- the Auth login ---
-
-namespace {
-
-constexpr char kLoginCompleteFunction[] = "zelk::EpicAuth::LoginCompleteCallbackFn";
 
 void LogWhatThePlayerHasToDo(const EOS_Auth_LoginCallbackInfo& data) {
   if (data.ResultCode == EOS_EResult::EOS_Auth_PinGrantCode && data.PinGrantInfo != nullptr) {
@@ -561,72 +264,8 @@ void LogWhatThePlayerHasToDo(const EOS_Auth_LoginCallbackInfo& data) {
   }
 }
 
-// A pin grant completes once to show the player the code, and again when the player has entered it.
-bool LoginCompletesAgain(EOS_EResult result) {
-  return result == EOS_EResult::EOS_OperationWillRetry ||
-         result == EOS_EResult::EOS_Auth_PinGrantCode;
-}
-
-bool DefaultLoginIsLeft(const LoginClientData& client_data) {
-  return client_data.login_options_ != nullptr &&
-         client_data.login_options_->Credentials->Type !=
-             EOS_ELoginCredentialType::EOS_LCT_PersistentAuth;
-}
-
-}  // namespace
-
-void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data) {
-  AtBoundary(kLoginCompleteFunction, [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for LoginCompleteCallbackFn");
-      return;
-    }
-    auto client_data =
-        EosHeld::Take<LoginClientData>(data->ClientData, LoginCompletesAgain(data->ResultCode));
-    const std::string account = EpicAccountIdToString(data->LocalUserId);
-    const std::string result = EpicEResultToString(data->ResultCode);
-    ZELK_LOG(kLogInfo, "Login complete, result:%d user id:%s msg:%s",
-             static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
-    if (client_data == nullptr) {
-      ZELK_LOG(kLogError, "LoginCompleteCallbackFn ClientData is null, memory leak");
-      return;
-    }
-    if (client_data->base_params_ == nullptr) {
-      ZELK_LOG(kLogError, "LoginCompleteCallbackFn base_params_ is null, memory leak");
-      return ReleaseLoginClientData(std::move(client_data));
-    }
-    EpicAuth* const auth = GetInstance();
-    if (data->ResultCode == EOS_EResult::EOS_Success) {
-      ZELK_LOG(kLogInfo, "Login success, user id:%s", account.c_str());
-      Pending<LoginRequest> request = std::move(client_data->base_params_);
-      ReleaseLoginClientData(std::move(client_data));
-      return auth->ConnectLogin(data->LocalUserId, std::move(request));
-    }
-    LogWhatThePlayerHasToDo(*data);
-    if (DefaultLoginIsLeft(*client_data)) return auth->IssueDefaultLogin(std::move(client_data));
-    ZELK_LOG(kLogError, "Login Failed! Error Code:%d Msg:%s", static_cast<int>(data->ResultCode),
-             result.c_str());
-    auth->EndWithThirdError(std::move(client_data->base_params_), data->ResultCode, result);
-    ReleaseLoginClientData(std::move(client_data));
-  });
-}
-
-// With the login mode's own credentials; the same client data goes back to EOS.
-void EpicAuth::IssueDefaultLogin(Pending<LoginClientData> client_data) {
-  if (epic_platform_handle_ == nullptr) return EosHeld::PutBack(client_data.release());
-  ZELK_LOG_AS(kLoginCompleteFunction, kLogInfo, "enter default login flow");
-  const LoginOptions options = std::move(client_data->login_options_);
-  EOS_Auth_Login(epic_auth_handle_, options.get(), EosHeld::Give(std::move(client_data)),
-                 &LoginCompleteCallbackFn);
-}
-
-// --- the Connect login ---
-
-namespace {
-
-Pending<LoginRequest> TakeRequest(void* client_data, EOS_EResult result) {
-  return EosHeld::Take<LoginRequest>(client_data, result == EOS_EResult::EOS_OperationWillRetry);
-}
+// Frees the client data with everything in it.
+void ReleaseLoginClientData(Pending<LoginClientData> client_data) { client_data.reset(); }
 
 struct ReleaseAuthToken {
   void operator()(EOS_Auth_Token* token) const {
@@ -647,17 +286,143 @@ EOS_EResult CopyAuthToken(EOS_HAuth auth, EOS_EpicAccountId account_id, AuthToke
                                                                : result;
 }
 
-// Truncated toward zero; what no unsigned number can hold becomes the nearest that can.
-uint64_t WholeSeconds(double seconds) {
-  constexpr double kEnd = 18446744073709551616.0;  // 2 to the 64th
-  if (!(seconds > 0)) return 0;
-  return seconds < kEnd ? static_cast<uint64_t>(seconds) : std::numeric_limits<uint64_t>::max();
-}
+struct ReleaseUserInfo {
+  void operator()(EOS_UserInfo* user_info) const {
+    ZELK_LOG_AS(kFinishFunction, kLogInfo, "Call EOS_UserInfo_Release");
+    EOS_UserInfo_Release(user_info);
+  }
+};
 
 }  // namespace
 
+void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
+  const char* seq_id = params.seq_id.c_str();
+  ZELK_LOG(kLogInfo, "[%s], EpicAuth begin login", seq_id);
+  SecretText extra_json;
+  ReadLoginParameters(params, extra_json);
+  const JSONReaderParse parameters(extra_json.text());
+  if (!HasLoginMode(parameters)) return LoginEndWithInvalidArgument(params, kLoginModeKey);
+  const EOS_EAuthScopeFlags scope_flags = ScopeFlags(params, permissions);
+  if (!InitEpic(params)) {
+    ZELK_LOG(kLogError, "[%s], Epic init error", seq_id);
+    return CommitLoginFailure(params, kResultNotInitialized);
+  }
+  if (epic_platform_handle_ == nullptr || !FetchAuthInterface()) return EndWithNullPlatform(params);
+  std::string login_mode;
+  parameters[kLoginModeKey].Convert(login_mode, false);
+  ZELK_LOG(kLogInfo, "[%s], login_mode:%s", seq_id, login_mode.c_str());
+  const LoginMode& mode = FindLoginMode(login_mode);
+  if (const char* key = MissingKey(mode, parameters)) {
+    return LoginEndWithInvalidArgument(params, key);
+  }
+  auto client_data = MakePending<LoginClientData>();
+  client_data->login_options_ = std::make_unique<LoginCredentials>(mode, parameters, scope_flags);
+  client_data->base_params_ = MakePending<LoginRequest>(params);
+  IssueFirstLogin(std::move(client_data));
+  RegisterForConnect();
+}
+
+// With the persistent authorisation that EOS kept from an earlier sign-in; what the request brought
+// is for the second attempt.
+void EpicAuth::IssueFirstLogin(Pending<LoginClientData> client_data) {
+  const EOS_Auth_Credentials credentials{.ApiVersion = 2,
+                                         .Type = EOS_ELoginCredentialType::EOS_LCT_PersistentAuth};
+  const EOS_Auth_LoginOptions options{
+      .ApiVersion = 2,
+      .Credentials = &credentials,
+      .ScopeFlags = client_data->login_options_->options().ScopeFlags};
+  ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], call EOS_Auth_Login",
+              client_data->base_params_->params.seq_id.c_str());
+  client_data->base_params_->OweAnswer();
+  EOS_Auth_Login(epic_auth_handle_, &options,
+                 InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
+                 &LoginCompleteCallbackFn);
+}
+
+void EpicAuth::RegisterForConnect() {
+  epic_connect_handle_ = EOS_Platform_GetConnectInterface(epic_platform_handle_);
+  if (auth_expiration_notify_id_ != 0 || epic_connect_handle_ == nullptr) return;
+  const EOS_Connect_AddNotifyAuthExpirationOptions options{.ApiVersion = 1};
+  auth_expiration_notify_id_ = EOS_Connect_AddNotifyAuthExpiration(
+      epic_connect_handle_, &options, nullptr, &ConnectAuthExpirationCb);
+}
+
+void EpicAuth::LoginEndWithInvalidArgument(const BaseParams& params,
+                                           const std::string& argument_name) {
+  ZELK_LOG(kLogError, "[%s], LoginEndWithInvalidArgument [%s]", params.seq_id.c_str(),
+           argument_name.c_str());
+  CommitLoginFailure(params, kResultInvalidArgument);
+}
+
+void EpicAuth::LoginEndWithThirdError(const BaseParams& params, int32_t err_code,
+                                      const std::string& err_msg) {
+  ZELK_LOG(kLogError, "[%s], LoginEndWithThirdError, err_code:%d, err_msg:%s",
+           params.seq_id.c_str(), err_code, err_msg.c_str());
+  AuthResult result(kResultThirdError);
+  result.method_id = params.method_id;
+  result.third_code = err_code;
+  result.third_msg = err_msg;
+  Commit(params, result);
+}
+
+void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
+                                 const std::string& result_text) {
+  LoginEndWithThirdError(request->params, static_cast<int32_t>(result), result_text);
+  request->Answered();
+}
+
+// --- the Auth login ---
+
+void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data) {
+  AtBoundary(kLoginCompleteFunction, [data] {
+    if (data == nullptr) {
+      ZELK_LOG(kLogError, "NULL Data for LoginCompleteCallbackFn");
+      return;
+    }
+    auto client_data = InFlight::Reclaim<LoginClientData>(EosCall::kAuthLogin, data->ClientData,
+                                                          LoginCompletesAgain(data->ResultCode));
+    const std::string account = EpicAccountIdToString(data->LocalUserId);
+    const std::string result = EpicEResultToString(data->ResultCode);
+    ZELK_LOG(kLogInfo, "Login complete, result:%d user id:%s msg:%s",
+             static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
+    if (client_data == nullptr) {
+      ZELK_LOG(kLogError, "LoginCompleteCallbackFn ClientData is null, memory leak");
+      return;
+    }
+    if (client_data->base_params_ == nullptr) {
+      ZELK_LOG(kLogError, "LoginCompleteCallbackFn base_params_ is null, memory leak");
+      return ReleaseLoginClientData(std::move(client_data));
+    }
+    EpicAuth* const auth = GetInstance();
+    if (data->ResultCode == EOS_EResult::EOS_Success) {
+      ZELK_LOG(kLogInfo, "Login success, user id:%s", account.c_str());
+      Pending<LoginRequest> request = std::move(client_data->base_params_);
+      ReleaseLoginClientData(std::move(client_data));
+      return auth->ConnectLogin(data->LocalUserId, std::move(request));
+    }
+    LogWhatThePlayerHasToDo(*data);
+    if (client_data->HasDefaultLogin()) return auth->IssueDefaultLogin(std::move(client_data));
+    ZELK_LOG(kLogError, "Login Failed! Error Code:%d Msg:%s", static_cast<int>(data->ResultCode),
+             result.c_str());
+    auth->EndWithThirdError(std::move(client_data->base_params_), data->ResultCode, result);
+    ReleaseLoginClientData(std::move(client_data));
+  });
+}
+
+// With the login mode's own credentials; the same client data goes back to EOS.
+void EpicAuth::IssueDefaultLogin(Pending<LoginClientData> client_data) {
+  if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(client_data));
+  ZELK_LOG_AS(kLoginCompleteFunction, kLogInfo, "enter default login flow");
+  const std::unique_ptr<LoginCredentials> credentials = std::move(client_data->login_options_);
+  EOS_Auth_Login(epic_auth_handle_, &credentials->options(),
+                 InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
+                 &LoginCompleteCallbackFn);
+}
+
+// --- the Connect login ---
+
 void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> request) {
-  if (epic_platform_handle_ == nullptr) return EosHeld::PutBack(request.release());
+  if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
   AuthToken token;
   EOS_EResult result = CopyAuthToken(epic_auth_handle_, account_id, token);
   if (result == EOS_EResult::EOS_Success) {
@@ -670,9 +435,11 @@ void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> 
 }
 
 void EpicAuth::StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id) {
+  Wipe(access_token_);
   access_token_ = TextOrEmpty(token.AccessToken);
   expires_in_ = WholeSeconds(token.ExpiresIn);
   epic_account_id_ = EpicAccountIdToString(account_id);
+  Wipe(refresh_token_);
   refresh_token_ = TextOrEmpty(token.RefreshToken);
   refresh_expires_in_ = WholeSeconds(token.RefreshExpiresIn);
   ZELK_LOG_AS(kConnectLoginFunction, kLogInfo,
@@ -689,7 +456,8 @@ bool EpicAuth::IssueConnectLogin(const EOS_Auth_Token& token, Pending<LoginReque
   const EOS_Connect_LoginOptions options{
       .ApiVersion = 2, .Credentials = &credentials, .UserLoginInfo = nullptr};
   ZELK_LOG_AS(kConnectLoginFunction, kLogInfo, "Call EOS_Connect_Login");
-  EOS_Connect_Login(epic_connect_handle_, &options, EosHeld::Give(std::move(request)),
+  EOS_Connect_Login(epic_connect_handle_, &options,
+                    InFlight::HandOver(EosCall::kConnectLogin, std::move(request)),
                     &ConnectLoginCompleteCb);
   return true;
 }
@@ -700,10 +468,10 @@ void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackIn
       ZELK_LOG(kLogError, "NULL Data for ConnectLoginCompleteCb");
       return;
     }
-    auto request = TakeRequest(data->ClientData, data->ResultCode);
+    auto request = ReclaimRequest(EosCall::kConnectLogin, data->ClientData, data->ResultCode);
     local_product_userid_ = EpicProductIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
-    if (request == nullptr || !request->owes_answer()) {
+    if (request == nullptr) {
       ZELK_LOG(kLogError, "NULL ClientData for ConnectLoginCompleteCb");
       return;
     }
@@ -726,7 +494,7 @@ void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackIn
 
 void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
                                  Pending<LoginRequest> request) {
-  if (epic_platform_handle_ == nullptr) return EosHeld::PutBack(request.release());
+  if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
   if (epic_connect_handle_ == nullptr) {
     const std::string name = EpicEResultToString(EOS_EResult::EOS_InvalidParameters);
     return EndWithThirdError(std::move(request), EOS_EResult::EOS_InvalidParameters, name);
@@ -734,7 +502,8 @@ void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
   const EOS_Connect_CreateUserOptions options{.ApiVersion = 1,
                                               .ContinuanceToken = continuance_token};
   ZELK_LOG(kLogInfo, "Call EOS_Connect_CreateUser");
-  EOS_Connect_CreateUser(epic_connect_handle_, &options, EosHeld::Give(std::move(request)),
+  EOS_Connect_CreateUser(epic_connect_handle_, &options,
+                         InFlight::HandOver(EosCall::kConnectCreateUser, std::move(request)),
                          &ConnectCreateUserCompleteCb);
 }
 
@@ -745,8 +514,8 @@ EpicAuth::ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* 
       ZELK_LOG(kLogError, "NULL Data for ConnectCreateUserCompleteCb");
       return;
     }
-    auto request = TakeRequest(data->ClientData, data->ResultCode);
-    if (request == nullptr || !request->owes_answer()) {
+    auto request = ReclaimRequest(EosCall::kConnectCreateUser, data->ClientData, data->ResultCode);
+    if (request == nullptr) {
       ZELK_LOG(kLogError, "nullptr ClientData for ConnectCreateUserCompleteCb");
       return;
     }
@@ -783,7 +552,7 @@ void EpicAuth::OnEpicPlatfromLoginSuccess(std::string local_product_userid,
   ZELK_LOG(kLogInfo, "Epic platform login success, account_id:%s local_product_userid:%s",
            epic_account_id_.c_str(), local_product_userid_.c_str());
   ZELK_LOG(kLogInfo, "Next to get UserInfo");
-  if (epic_platform_handle_ == nullptr) return EosHeld::PutBack(request.release());
+  if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
   ZELK_LOG(kLogInfo, "Call EOS_Platform_GetUserInfoInterface");
   const EOS_HUserInfo user_info = EOS_Platform_GetUserInfoInterface(epic_platform_handle_);
   if (user_info == nullptr) return OnEpicPlatfromGetUserInfoFinish(false, std::move(request));
@@ -791,7 +560,8 @@ void EpicAuth::OnEpicPlatfromLoginSuccess(std::string local_product_userid,
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = account_id, .TargetUserId = account_id};
   ZELK_LOG(kLogInfo, "Call EOS_UserInfo_QueryUserInfoOptions");
-  EOS_UserInfo_QueryUserInfo(user_info, &options, EosHeld::Give(std::move(request)),
+  EOS_UserInfo_QueryUserInfo(user_info, &options,
+                             InFlight::HandOver(EosCall::kQueryUserInfo, std::move(request)),
                              &QueryUserInfoCompleteCallbackFn);
 }
 
@@ -802,8 +572,8 @@ EpicAuth::QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallba
       ZELK_LOG(kLogError, "NULL Data for QueryUserInfoCompleteCallbackFn");
       return;
     }
-    auto request = TakeRequest(data->ClientData, data->ResultCode);
-    if (request == nullptr || !request->owes_answer()) {
+    auto request = ReclaimRequest(EosCall::kQueryUserInfo, data->ClientData, data->ResultCode);
+    if (request == nullptr) {
       ZELK_LOG(kLogError, "nullptr ClientData for QueryUserInfoCompleteCallbackFn");
       return;
     }
@@ -841,17 +611,6 @@ void EpicAuth::OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> re
     Store()->set(request->params.extra_json, kStoredParametersKey);
   }
 }
-
-namespace {
-
-struct ReleaseUserInfo {
-  void operator()(EOS_UserInfo* user_info) const {
-    ZELK_LOG_AS(kFinishFunction, kLogInfo, "Call EOS_UserInfo_Release");
-    EOS_UserInfo_Release(user_info);
-  }
-};
-
-}  // namespace
 
 // The display name of the signed-in account as EOS has it; empty when EOS has none, or is going
 // down.
@@ -899,6 +658,7 @@ void EpicAuth::CommitLogin(const BaseParams& params, const std::string& nickname
   result.channel = kChannel;
   result.channelid = kChannelId;
   result.openid = epic_account_id_;
+  const WipeAtEnd tokens(result.channel_info);
   result.channel_info = document.GetJsonString();
   if (params.method_id == kMethodIDAuthAutoLogin) {
     JSONWriter flags;
@@ -915,10 +675,9 @@ void EpicAuth::CommitLogin(const BaseParams& params, const std::string& nickname
 void EpicAuth::Logout(const BaseParams* params) {
   ZELK_LOG(kLogInfo, "[ %s ], epic logout", params->seq_id.c_str());
   Store()->removeValueForKey(kStoredParametersKey);
-  BaseResult result(kResultSuccess);
-  if (init_ && epic_platform_handle_ == nullptr) {
-    result.ret_code = kResultNotInitialized;  // EOS keeps its persistent authorisation
-  } else {
+  // EOS keeps its persistent authorisation once it is shut down.
+  const bool is_shut_down = init_ && epic_platform_handle_ == nullptr;
+  if (!is_shut_down) {
     if (!FetchAuthInterface()) return;
     const EOS_Auth_LogoutOptions logout{.ApiVersion = 1,
                                         .LocalUserId = EpicAccountIdFromString(epic_account_id_)};
@@ -928,16 +687,17 @@ void EpicAuth::Logout(const BaseParams* params) {
                                   &DeletePersistentAuthCallback);
   }
   ClearLogin();
+  BaseResult result(is_shut_down ? kResultNotInitialized : kResultSuccess);
   result.method_id = params->method_id;
   Commit(*params, result);
 }
 
 void EpicAuth::ClearLogin() {
   epic_account_id_.clear();
-  access_token_.clear();
+  Wipe(access_token_);
   local_product_userid_.clear();
   expires_in_ = 0;
-  refresh_token_.clear();
+  Wipe(refresh_token_);
   refresh_expires_in_ = 0;
 }
 

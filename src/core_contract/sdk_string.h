@@ -23,7 +23,7 @@ class basic_string {
   basic_string(const CharT* text) { assign(text); }
   // The text ends at the first NUL of `text`.
   basic_string(const std::basic_string<CharT>& text) { assign(text.c_str()); }
-  basic_string(const basic_string& other) { assign(other.data_); }
+  basic_string(const basic_string& other) { assign(other.data_, other.length_); }
   basic_string(basic_string&& other) noexcept
       : data_(std::exchange(other.data_, nullptr)), length_(std::exchange(other.length_, 0)) {}
   ~basic_string() { release(); }
@@ -37,7 +37,7 @@ class basic_string {
     return *this;
   }
   basic_string& operator=(const basic_string& other) {
-    if (this != &other) assign(other.data_);
+    if (this != &other) assign(other.data_, other.length_);
     return *this;
   }
   basic_string& operator=(basic_string&& other) noexcept {
@@ -67,13 +67,17 @@ class basic_string {
  private:
   // `text` may be null (gives the empty string) and must not point into this string.
   void assign(const CharT* text) {
+    assign(text, text != nullptr ? std::char_traits<CharT>::length(text) : 0);
+  }
+
+  void assign(const CharT* text, uint64_t length) {
     release();
-    if (text == nullptr || *text == CharT()) return;
-    const uint64_t length = std::char_traits<CharT>::length(text);
+    if (length == 0) return;
     void* node = zelk_tp_stl_ex::allocate_node((length + 1) * sizeof(CharT));
     if (node == nullptr) return;
     data_ = static_cast<CharT*>(node);
-    std::memcpy(data_, text, (length + 1) * sizeof(CharT));
+    std::memcpy(data_, text, length * sizeof(CharT));
+    data_[length] = CharT();
     length_ = length;
   }
 

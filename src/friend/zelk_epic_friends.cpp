@@ -1,6 +1,7 @@
 #include "zelk_epic_friend.h"
 
 #include <algorithm>
+#include <list>
 #include <new>
 #include <utility>
 
@@ -15,6 +16,7 @@
 #include "zelk_epic_commit.h"
 #include "zelk_epic_lock.h"
 #include "zelk_epic_log.h"
+#include "zelk_epic_no_destructor.h"
 #include "zelk_epic_pending.h"
 
 namespace zelk {
@@ -26,6 +28,8 @@ constexpr char kNoFriendsInterface[] = "epic friends handle is null, unknow erro
 constexpr char kNoUserInfoInterface[] = "epic user info handle is null, unknow error happend.";
 constexpr char kUnknownError[] = "unknown error happened.";
 constexpr char kThirdError[] = "third error, see third code";
+
+constexpr char kQueryCompleteFunction[] = "zelk::EpicFriend::QueryFriendsCompleteCallbackFn";
 
 // The Friends interface. Kept once it was had, also when the platform is gone: check the platform
 // before any use.
@@ -48,123 +52,40 @@ void Fail(const BaseParams& params, int32_t code, const char* message) {
   CommitFailure(params, code, message, code, message);
 }
 
+}  // namespace
+
+// The one copy of a request, for all contexts of its query, and the account that asked.
+struct FriendRequest : BaseParams {
+  FriendRequest(const BaseParams& params, const std::string& account)
+      : BaseParams(params), account_id(account) {}
+
+  // Not after a logout, or a login of somebody else: what the player asked for before is not
+  // answered with friends any more.
+  bool IsOfSignedInAccount() const { return account_id == EpicAuth::GetInstance()->account_id(); }
+
+  std::string account_id;
+};
+
 // The client data of EOS_Friends_QueryFriends.
 struct QueryFriendsContext final : PendingContext {
-  QueryFriendsContext(const BaseParams& request, EOS_EpicAccountId account_id, int32_t page_number,
-                      int32_t page_size, bool in_game)
-      : base_params(request),
+  QueryFriendsContext(std::shared_ptr<const FriendRequest> request, EOS_EpicAccountId account_id,
+                      int32_t page_number, int32_t page_size, bool in_game)
+      : base_params(std::move(request)),
         options(new EOS_Friends_QueryFriendsOptions{.ApiVersion = 1, .LocalUserId = account_id}),
         page(page_number),
         count(page_size),
         is_in_game(in_game) {}
 
-  void AnswerAfterShutdown() override { Fail(base_params, kResultNeedLogin, kInvalidAccount); }
+  void AnswerAfterShutdown() override {
+    if (options != nullptr) Fail(*base_params, kResultNeedLogin, kInvalidAccount);
+  }
 
-  BaseParams base_params;
-  std::unique_ptr<EOS_Friends_QueryFriendsOptions> options;
+  std::shared_ptr<const FriendRequest> base_params;
+  std::unique_ptr<EOS_Friends_QueryFriendsOptions> options;  // null once the query has its answer
   int32_t page;
   int32_t count;
   bool is_in_game;
 };
-
-// The friends of a page with their details, in the order in which the answers arrive.
-struct DetailList {
-  static constexpr uint64_t kCapacity = 32;
-
-  PersonList friends{kCapacity};
-  bool answered = false;  // the query has its answer; whatever comes later is dropped
-};
-
-void AnswerFailure(DetailList& list, const BaseParams& params, int32_t code, const char* message) {
-  if (list.answered) return;
-  Fail(params, code, message);
-  list.answered = true;
-}
-
-void AnswerSuccess(DetailList& list, const BaseParams& params, int64_t current, int64_t total,
-                   bool is_in_game) {
-  FriendResult result(kResultSuccess);
-  result.ret_msg = "success.";
-  result.method_id = params.method_id;
-  // Moved on from here on: a page whose answer cannot be given is not complete any more.
-  PersonList friends = std::move(list.friends);
-  result.friend_info_list = PersonList(friends.size());
-  for (PersonInfo& person : friends) result.friend_info_list.push_back(std::move(person));
-  JSONWriter document;
-  document.StartJsonConvert();
-  document.Convert("total", static_cast<unsigned long long>(total))
-      .Convert("current", static_cast<unsigned long long>(current))
-      .Convert("is_in_game", is_in_game);
-  document.EndJsonConvert();
-  result.extra_json = document.GetJsonString();
-  Commit(params, result);
-  list.answered = true;
-}
-
-// What the worker is given: in process-heap memory, its own until it ends or leaves an answer to
-// the tick thread. Known to `workers` all that time, so that a shutdown can answer the page.
-struct FriendsInfoThreadContext final : PendingContext {
-  FriendsInfoThreadContext(const BaseParams& request, std::shared_ptr<const PersonList> page,
-                           int32_t page_end, int32_t friend_count, bool in_game)
-      : base_params(request),
-        friends(std::move(page)),
-        current(page_end),
-        is_in_game(in_game),
-        total(friend_count),
-        friends_info(std::make_shared<DetailList>()) {}
-
-  void AnswerAfterShutdown() override {
-    AnswerFailure(*friends_info, base_params, kResultNeedLogin, kInvalidAccount);
-  }
-  void Release() noexcept override {
-    this->~FriendsInfoThreadContext();
-    HeapFree(GetProcessHeap(), 0, this);
-  }
-
-  int64_t expected_count() const { return static_cast<int64_t>(friends->size()); }
-  bool IsComplete() const { return friends_info->friends.size() == friends->size(); }
-
-  BaseParams base_params;
-  std::shared_ptr<const PersonList> friends;
-  int32_t current;
-  bool is_in_game;
-  int64_t total;
-  std::shared_ptr<DetailList> friends_info;
-  const char* failure = nullptr;  // why the page cannot be completed
-};
-
-// The client data of one friend's EOS_UserInfo_QueryUserInfo.
-struct FriendUserInfoContext final : PendingContext {
-  FriendUserInfoContext(const FriendsInfoThreadContext& page, const PersonInfo& entry,
-                        EOS_HUserInfo user_info)
-      : base_params(page.base_params),
-        friends_info(page.friends_info),
-        expected_count(page.expected_count()),
-        current(page.current),
-        total(page.total),
-        user_info_handle(user_info),
-        person(entry),
-        is_in_game(page.is_in_game) {}
-
-  void AnswerAfterShutdown() override {
-    AnswerFailure(*friends_info, base_params, kResultNeedLogin, kInvalidAccount);
-  }
-
-  BaseParams base_params;
-  std::shared_ptr<DetailList> friends_info;
-  int64_t expected_count;
-  int64_t current;
-  int64_t total;
-  EOS_HUserInfo user_info_handle;
-  PersonInfo person;
-  bool is_in_game;
-};
-
-// The contexts of the workers that run, and those that they left for the next tick to answer.
-constinit PendingList workers;
-constinit PendingList left_for_tick;
-
-}  // namespace
 
 EpicFriend* EpicFriend::GetInstance() {
   static auto* const instance = new EpicFriend;
@@ -182,40 +103,6 @@ EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
   if (account_id == nullptr || EOS_EpicAccountId_IsValid(account_id) == EOS_FALSE) return nullptr;
   return account_id;
 }
-
-}  // namespace
-
-void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t count,
-                              bool is_in_game) {
-  ZELK_LOG(kLogInfo, "[%s] EpicFriend::QueryFriends, start query friends.", params.seq_id.c_str());
-  const EpicAuth& auth = *EpicAuth::GetInstance();
-  if (page > 0 && count <= 0) return Fail(params, kResultInvalidArgument, kInvalidCount);
-  const EOS_EpicAccountId account_id = SignedInAccount(auth);
-  if (account_id == nullptr) return Fail(params, kResultNeedLogin, kInvalidAccount);
-  if (epic_friends_handle == nullptr) {
-    epic_friends_handle = EOS_Platform_GetFriendsInterface(auth.platform());
-  }
-  if (epic_friends_handle == nullptr) return Fail(params, kResultUnknownError, kNoFriendsInterface);
-
-  auto context = MakePending<QueryFriendsContext>(params, account_id, page, count, is_in_game);
-  const EOS_Friends_QueryFriendsOptions* options = context->options.get();
-  ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s",
-           auth.account_id().c_str());
-  EOS_Friends_QueryFriends(epic_friends_handle, options, EosHeld::Give(std::move(context)),
-                           &QueryFriendsCompleteCallbackFn);
-  ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s, End",
-           auth.account_id().c_str());
-}
-
-void EpicFriend::OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code,
-                                      std::string ret_msg, int32_t third_code,
-                                      std::string third_msg) {
-  CommitFailure(params, ret_code, ret_msg.c_str(), third_code, third_msg.c_str());
-}
-
-namespace {
-
-constexpr char kQueryCompleteFunction[] = "zelk::EpicFriend::QueryFriendsCompleteCallbackFn";
 
 // Indices into the friend list, from `start` up to but not including `current`.
 struct PageRange {
@@ -242,29 +129,8 @@ EOS_EFriendsStatus Status(EOS_EpicAccountId local_user, EOS_EpicAccountId friend
   return EOS_Friends_GetStatus(epic_friends_handle, &options);
 }
 
-// The JSON text of a status. Most friends of a page have the same one, so the last text is kept.
-class StatusText {
- public:
-  const std::string& Of(EOS_EFriendsStatus status) {
-    if (text_.empty() || status != status_) {
-      JSONWriter document;
-      document.StartJsonConvert();
-      document.Convert("status", static_cast<int>(status));
-      document.EndJsonConvert();
-      text_ = document.GetJsonString();
-      status_ = status;
-    }
-    return text_;
-  }
-
- private:
-  EOS_EFriendsStatus status_{};
-  std::string text_;
-};
-
 // An invalid friend is left out.
-void AppendFriend(EOS_EpicAccountId local_user, int32_t index, StatusText& status_text,
-                  PersonList& page) {
+void AppendFriend(EOS_EpicAccountId local_user, int32_t index, PersonList& page) {
   const EOS_Friends_GetFriendAtIndexOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .Index = index};
   const EOS_EpicAccountId friend_id = EOS_Friends_GetFriendAtIndex(epic_friends_handle, &options);
@@ -274,31 +140,69 @@ void AppendFriend(EOS_EpicAccountId local_user, int32_t index, StatusText& statu
     ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "Friend ID: %s was invalid!", openid.c_str());
     return;
   }
+  JSONWriter document;
+  document.StartJsonConvert();
+  document.Convert("status", static_cast<int>(Status(local_user, friend_id)));
+  document.EndJsonConvert();
   PersonInfo person;
   person.openid = openid;
-  person.extra_json = status_text.Of(Status(local_user, friend_id));
+  person.extra_json = document.GetJsonString();
   page.push_back(std::move(person));
-}
-
-void AnswerEmptyPage(const BaseParams& params, const PersonList& page) {
-  FriendResult result(kResultSuccess);
-  result.method_id = params.method_id;
-  result.friend_info_list = page;
-  Commit(params, result);
 }
 
 // Of the list that EOS now has.
 std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
                                               const PageRange& range) {
   auto friends = std::make_shared<PersonList>(range.size());
-  StatusText status_text;
   for (int64_t i = range.start; i < range.current; ++i) {
-    AppendFriend(local_user, static_cast<int32_t>(i), status_text, *friends);
+    AppendFriend(local_user, static_cast<int32_t>(i), *friends);
   }
   return friends;
 }
 
+void CommitEmptyPage(const BaseParams& params, const PersonList& page) {
+  FriendResult result(kResultSuccess);
+  result.method_id = params.method_id;
+  result.friend_info_list = page;
+  Commit(params, result);
+}
+
 }  // namespace
+
+void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t count,
+                              bool is_in_game) {
+  ZELK_LOG(kLogInfo, "[%s] EpicFriend::QueryFriends, start query friends.", params.seq_id.c_str());
+  const EpicAuth& auth = *EpicAuth::GetInstance();
+  if (page > 0 && count <= 0) return Fail(params, kResultInvalidArgument, kInvalidCount);
+  const EOS_EpicAccountId account_id = SignedInAccount(auth);
+  if (account_id == nullptr) return Fail(params, kResultNeedLogin, kInvalidAccount);
+  if (epic_friends_handle == nullptr) {
+    epic_friends_handle = EOS_Platform_GetFriendsInterface(auth.platform());
+  }
+  if (epic_friends_handle == nullptr) return Fail(params, kResultUnknownError, kNoFriendsInterface);
+
+  auto request = std::make_shared<const FriendRequest>(params, auth.account_id());
+  auto context =
+      MakePending<QueryFriendsContext>(std::move(request), account_id, page, count, is_in_game);
+  const EOS_Friends_QueryFriendsOptions* options = context->options.get();
+  ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s",
+           auth.account_id().c_str());
+  EOS_Friends_QueryFriends(epic_friends_handle, options,
+                           InFlight::HandOver(EosCall::kQueryFriends, std::move(context)),
+                           &QueryFriendsCompleteCallbackFn);
+  ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s, End",
+           auth.account_id().c_str());
+}
+
+void EpicFriend::OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code,
+                                      std::string ret_msg, int32_t third_code,
+                                      std::string third_msg) {
+  CommitFailure(params, ret_code, ret_msg.c_str(), third_code, third_msg.c_str());
+}
+
+void EpicFriend::OnUnknownError(const BaseParams& params) {
+  Fail(params, kResultUnknownError, kUnknownError);
+}
 
 void EOS_CALL
 EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbackInfo* data) {
@@ -309,192 +213,331 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
       ZELK_LOG(kLogError, "NULL Data for CallbackFn");
       return;
     }
-    context = EosHeld::Take<QueryFriendsContext>(
-        data->ClientData, data->ResultCode == EOS_EResult::EOS_OperationWillRetry);
-    if (context == nullptr) {
+    context = InFlight::Reclaim<QueryFriendsContext>(
+        EosCall::kQueryFriends, data->ClientData,
+        data->ResultCode == EOS_EResult::EOS_OperationWillRetry);
+    if (context == nullptr || context->options == nullptr) {
       ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
       return;
     }
-    const BaseParams& params = context->base_params;
-    if (params.seq_id.empty()) {
-      ZELK_LOG(kLogError, "NULL seqID for queryfriends");
-      return;
-    }
-    const std::string account = EpicAuth::EpicAccountIdToString(data->LocalUserId);
-    const std::string result = EpicAuth::EpicEResultToString(data->ResultCode);
-    ZELK_LOG(kLogInfo, "queryfriends complete, result:%d user id:%s msg:%s",
-             static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
-    if (data->ResultCode != EOS_EResult::EOS_Success) {
-      return OnQueryFrinedsFailed(params, kResultThirdError, kThirdError,
-                                  static_cast<int32_t>(data->ResultCode), result);
-    }
-    if (EpicAuth::GetInstance()->platform() == nullptr) return EosHeld::PutBack(context.release());
-    const int32_t total = FriendsCount(data->LocalUserId);
-    ZELK_LOG(kLogInfo, "LocalUserId %s , friend counts:%d", account.c_str(), total);
-    const PageRange range = RangeOfPage(context->page, context->count, total);
-    const auto friends = ListFriends(data->LocalUserId, range);
-    if (friends->empty()) return AnswerEmptyPage(params, *friends);
-    GetInstance()->QueryFirendsInfoInThread(params, friends, range.current, total,
-                                            context->is_in_game);
+    if (!EndQuery(*data, *context)) return InFlight::Return(std::move(context));
+    context->options.reset();
   };
   AtBoundary(kQueryCompleteFunction, complete, [&context] {
-    if (context == nullptr) return;
-    Fail(context->base_params, kResultUnknownError, kUnknownError);
+    if (context != nullptr) OnUnknownError(*context->base_params);
   });
+}
+
+// False when another completion, or the shutdown, has still to end the query.
+bool EpicFriend::EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
+                          const QueryFriendsContext& context) {
+  const FriendRequest& request = *context.base_params;
+  const bool is_final = data.ResultCode != EOS_EResult::EOS_OperationWillRetry;
+  if (request.seq_id.empty()) {
+    ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "NULL seqID for queryfriends");
+    return is_final;
+  }
+  const std::string account = EpicAuth::EpicAccountIdToString(data.LocalUserId);
+  const std::string result = EpicAuth::EpicEResultToString(data.ResultCode);
+  ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo,
+              "queryfriends complete, result:%d user id:%s msg:%s",
+              static_cast<int>(data.ResultCode), account.c_str(), result.c_str());
+  if (!request.IsOfSignedInAccount()) {
+    Fail(request, kResultNeedLogin, kInvalidAccount);
+    return true;
+  }
+  if (data.ResultCode != EOS_EResult::EOS_Success) {
+    OnQueryFrinedsFailed(request, kResultThirdError, kThirdError,
+                         static_cast<int32_t>(data.ResultCode), result);
+    return is_final;
+  }
+  if (EpicAuth::GetInstance()->platform() == nullptr) return false;
+  const int32_t total = FriendsCount(data.LocalUserId);
+  ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo, "LocalUserId %s , friend counts:%d",
+              account.c_str(), total);
+  const PageRange range = RangeOfPage(context.page, context.count, total);
+  const auto friends = ListFriends(data.LocalUserId, range);
+  if (friends->empty()) {
+    CommitEmptyPage(request, *friends);
+  } else {
+    GetInstance()->QueryFirendsInfoInThread(context.base_params, friends, range.current, total,
+                                            context.is_in_game);
+  }
+  return true;
+}
+
+// --- the answer to a page ---
+
+namespace {
+
+// The friends of a page with their details, in the order in which the answers arrive, and what the
+// answer to the page is made of. The worker and the contexts of the page share it; touched under
+// the EOS lock only.
+struct DetailList {
+  bool IsComplete() const { return static_cast<int64_t>(friends.size()) == expected_count; }
+  // The platform is there, and the player who asked.
+  bool CanGoOn() const {
+    return EpicAuth::GetInstance()->platform() != nullptr && request->IsOfSignedInAccount();
+  }
+  bool IsDue() const { return failure != nullptr || IsComplete() || !CanGoOn(); }
+
+  std::shared_ptr<const FriendRequest> request;
+  int64_t expected_count;
+  int64_t current;
+  int64_t total;
+  bool is_in_game;
+  PersonList friends{};
+  const char* failure = nullptr;  // why the page cannot be completed
+  bool is_open = true;            // waits for its answer
+};
+
+// The pages that wait for their answer, the oldest first. Under the EOS lock.
+NoDestructor<std::list<std::shared_ptr<DetailList>>> open_pages;
+
+void CommitPage(DetailList& page) {
+  FriendResult result(kResultSuccess);
+  result.ret_msg = "success.";
+  result.method_id = page.request->method_id;
+  result.friend_info_list = std::move(page.friends);
+  JSONWriter document;
+  document.StartJsonConvert();
+  document.Convert("total", static_cast<unsigned long long>(page.total))
+      .Convert("current", static_cast<unsigned long long>(page.current))
+      .Convert("is_in_game", page.is_in_game);
+  document.EndJsonConvert();
+  result.extra_json = document.GetJsonString();
+  Commit(*page.request, result);
+}
+
+// The only place where a page, or its failure, is committed: by the completion after which it is
+// due, by the tick, and after the shutdown. When there is not even the memory for a failure, the
+// page stays open and the next tick tries again.
+void AnswerIfDue(const std::shared_ptr<DetailList>& page) noexcept {
+  EosLock::AssertHeld();
+  if (!page->is_open || !page->IsDue()) return;
+  const auto answer = [&page] {
+    if (!page->CanGoOn()) {
+      Fail(*page->request, kResultNeedLogin, kInvalidAccount);
+    } else if (page->failure != nullptr) {
+      Fail(*page->request, kResultUnknownError, page->failure);
+    } else {
+      CommitPage(*page);
+    }
+    page->is_open = false;
+  };
+  const auto fail = [&page] {
+    page->failure = kUnknownError;  // its friends may be gone: never a success any more
+    Fail(*page->request, kResultUnknownError, kUnknownError);
+    page->is_open = false;
+  };
+  AtBoundary("zelk::EpicFriend::AnswerDuePages", answer, fail);
+  if (!page->is_open) open_pages->remove(page);
+}
+
+}  // namespace
+
+void EpicFriend::AnswerDuePages() noexcept {
+  for (auto next = open_pages->begin(); next != open_pages->end();) {
+    const std::shared_ptr<DetailList> page = *next++;  // an answer takes it out of the list
+    AnswerIfDue(page);
+  }
 }
 
 // --- the details ---
 
 namespace {
 
-FriendsInfoThreadContext* NewThreadContext(const BaseParams& params,
-                                           const std::shared_ptr<const PersonList>& friends,
-                                           int32_t current, int32_t total, bool is_in_game) {
-  void* memory = HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof(FriendsInfoThreadContext));
-  if (memory == nullptr) throw std::bad_alloc();
-  try {
-    return new (memory) FriendsInfoThreadContext(params, friends, current, total, is_in_game);
-  } catch (...) {
-    HeapFree(GetProcessHeap(), 0, memory);
-    throw;
+// What the worker is given: in process-heap memory, its own.
+struct FriendsInfoThreadContext {
+  std::shared_ptr<const FriendRequest> base_params;
+  std::shared_ptr<const PersonList> friends;
+  int32_t current;
+  bool is_in_game;
+  int64_t total;
+  std::shared_ptr<DetailList> friends_info;
+};
+
+struct ReleaseThreadContext {
+  void operator()(FriendsInfoThreadContext* context) const {
+    context->~FriendsInfoThreadContext();
+    HeapFree(GetProcessHeap(), 0, context);
   }
+};
+using ThreadContext = std::unique_ptr<FriendsInfoThreadContext, ReleaseThreadContext>;
+
+// The client data of one friend's EOS_UserInfo_QueryUserInfo.
+struct FriendUserInfoContext final : PendingContext {
+  FriendUserInfoContext(const FriendsInfoThreadContext& page, const PersonInfo& entry,
+                        EOS_HUserInfo user_info)
+      : base_params(page.base_params),
+        friends_info(page.friends_info),
+        expected_count(static_cast<int64_t>(page.friends->size())),
+        current(page.current),
+        total(page.total),
+        user_info_handle(user_info),
+        person(entry),
+        is_in_game(page.is_in_game) {}
+
+  void AnswerAfterShutdown() override { AnswerIfDue(friends_info); }
+
+  std::shared_ptr<const FriendRequest> base_params;
+  std::shared_ptr<DetailList> friends_info;
+  int64_t expected_count;
+  int64_t current;
+  int64_t total;
+  EOS_HUserInfo user_info_handle;
+  PersonInfo person;
+  bool is_in_game;
+};
+
+ThreadContext MakeThreadContext(FriendsInfoThreadContext context) {
+  void* memory = HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof context);
+  if (memory == nullptr) throw std::bad_alloc();
+  return ThreadContext(new (memory) FriendsInfoThreadContext(std::move(context)));
+}
+
+// The library stays mapped while a worker runs: each has a reference, which is given back after the
+// last of the library's code. Null when it cannot be had.
+HMODULE ReferenceToLibrary(DWORD flags = 0) {
+  HMODULE library = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags,
+                     reinterpret_cast<LPCSTR>(&epic_friends_handle), &library);
+  return library;
 }
 
 }  // namespace
 
-void EpicFriend::QueryFirendsInfoInThread(const BaseParams& params,
-                                          const std::shared_ptr<const PersonList>& friends,
-                                          int32_t current, int32_t total, bool is_in_game) {
-  FriendsInfoThreadContext* context = NewThreadContext(params, friends, current, total, is_in_game);
-  workers.Append(context);
+// False, and the context stays the caller's, when no thread can be had.
+bool EpicFriend::StartWorker(void* context) {
+  const HMODULE library = ReferenceToLibrary();
+  if (library == nullptr) return false;
   const LPTHREAD_START_ROUTINE run = [](LPVOID parameter) -> DWORD {
-    return QueryFriendsInfoThreadProc(parameter);
+    const DWORD exit_code = QueryFriendsInfoThreadProc(parameter);
+    FreeLibraryAndExitThread(ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT),
+                             exit_code);
   };
   const HANDLE thread = CreateThread(nullptr, 0, run, context, 0, nullptr);
-  if (thread != nullptr) {
-    CloseHandle(thread);
+  if (thread == nullptr) {
+    FreeLibrary(library);
+    return false;
+  }
+  // One above this thread, which ticks: a tick waits for a worker that runs, not for one that other
+  // threads keep from running.
+  const int priority = GetThreadPriority(GetCurrentThread());
+  if (priority != THREAD_PRIORITY_ERROR_RETURN) SetThreadPriority(thread, priority + 1);
+  CloseHandle(thread);
+  return true;
+}
+
+void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
+                                          const std::shared_ptr<const PersonList>& friends,
+                                          int32_t current, int32_t total, bool is_in_game) {
+  const auto page = std::make_shared<DetailList>(
+      DetailList{.request = params,
+                 .expected_count = static_cast<int64_t>(friends->size()),
+                 .current = current,
+                 .total = total,
+                 .is_in_game = is_in_game});
+  ThreadContext context = MakeThreadContext({.base_params = params,
+                                             .friends = friends,
+                                             .current = current,
+                                             .is_in_game = is_in_game,
+                                             .total = total,
+                                             .friends_info = page});
+  // From here on the page owes the answer, and nothing throws.
+  open_pages->push_back(page);
+  FriendsInfoThreadContext* const handed_over = context.release();
+  if (StartWorker(handed_over)) {
     ZELK_LOG(kLogInfo, "[%s] SteamFriend::QueryFriends, Create thread failed, will run in thread.",
-             params.seq_id.c_str());
+             params->seq_id.c_str());
     return;
   }
   ZELK_LOG(kLogError, "[%s] SteamFriend::QueryFriends, Create thread failed, run in main thread.",
-           params.seq_id.c_str());
-  QueryFriendsInfoThreadProc(context);
+           params->seq_id.c_str());
+  QueryFriendsInfoThreadProc(handed_over);
 }
 
 namespace {
 
-// True while the page still waits for its answer and the platform is there. Under the lock.
-bool MayGoOn(const FriendsInfoThreadContext& page) {
-  return !page.friends_info->answered && EpicAuth::GetInstance()->platform() != nullptr;
+// Under the lock: what a worker finds here holds until its step ends or gives way.
+bool MayGoOn(const FriendsInfoThreadContext& context) {
+  return context.friends_info->is_open && context.friends_info->CanGoOn();
 }
 
-// The conversion as a step of its own; null when the page may not go on.
-EOS_EpicAccountId AccountIdFromString(const FriendsInfoThreadContext& page, const char* openid) {
-  const EosLock::Step step;
-  return MayGoOn(page) ? EpicAuth::EpicAccountIdFromString(openid) : nullptr;
+// Under the lock. The worker commits nothing: the next tick does.
+void LeaveForTick(const FriendsInfoThreadContext& context, const char* failure) {
+  context.friends_info->failure = failure;
 }
 
-// The interface and the asking user, each in a step of its own. False when the page may not go on.
+// The interface and the asking user, each in a step of its own.
 struct AskingUser {
   EOS_HUserInfo user_info = nullptr;
   EOS_EpicAccountId local_user = nullptr;
 };
 
-bool PrepareAsking(FriendsInfoThreadContext& page, AskingUser& asking) {
+// False when the worker may not go on.
+bool PrepareAsking(FriendsInfoThreadContext& context, AskingUser& asking) {
+  constexpr uint64_t kLeastCapacity = 32;
+  PersonList details(std::max(kLeastCapacity, context.friends->size()));
   {
-    const EosLock::Step step;
-    if (!MayGoOn(page)) return false;
+    const EosLock::WorkerGuard guard;
+    if (!MayGoOn(context)) return false;
+    context.friends_info->friends = std::move(details);
     asking.user_info = EOS_Platform_GetUserInfoInterface(EpicAuth::GetInstance()->platform());
     if (asking.user_info == nullptr) {
-      page.failure = kNoUserInfoInterface;
+      LeaveForTick(context, kNoUserInfoInterface);
       return false;
     }
   }
-  const EosLock::Step step;
-  if (!MayGoOn(page)) return false;
-  asking.local_user = EpicAuth::EpicAccountIdFromString(EpicAuth::GetInstance()->account_id());
+  const std::string& account_id = context.base_params->account_id;
+  EpicAuth::LogAccountIdFromString(account_id.c_str());
+  const EosLock::WorkerGuard guard;
+  if (!MayGoOn(context)) return false;
+  asking.local_user = EOS_EpicAccountId_FromString(account_id.c_str());
   return true;
 }
 
-// False when the page may not go on.
-bool AskForFriend(FriendsInfoThreadContext& page, const AskingUser& asking, const PersonInfo& entry,
-                  EOS_UserInfo_OnQueryUserInfoCallback complete) {
-  const EOS_EpicAccountId friend_id = AccountIdFromString(page, entry.openid.c_str());
+// One step for both EOS calls, with a way between them for a tick that waits. The line and the
+// memory come before it: a logger may be slow. False when the worker may not go on.
+bool AskForFriend(const FriendsInfoThreadContext& page, const AskingUser& asking,
+                  const PersonInfo& entry, EOS_UserInfo_OnQueryUserInfoCallback complete) {
+  EpicAuth::LogAccountIdFromString(entry.openid.c_str());
   auto context = MakePending<FriendUserInfoContext>(page, entry, asking.user_info);
-  const EosLock::Step step;
+  EosLock::WorkerGuard guard;
   if (!MayGoOn(page)) return false;
+  const EOS_EpicAccountId friend_id = EOS_EpicAccountId_FromString(entry.openid.c_str());
   if (friend_id == nullptr) {
-    page.friends_info->friends.push_back(entry);  // counts as asked in vain
+    // Counts as asked in vain. There is room for all of the page.
+    page.friends_info->friends.push_back(std::move(context->person));
     return true;
   }
+  guard.GiveWay();
+  if (!MayGoOn(page)) return false;
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = asking.local_user, .TargetUserId = friend_id};
-  EOS_UserInfo_QueryUserInfo(asking.user_info, &options, EosHeld::Give(std::move(context)),
+  EOS_UserInfo_QueryUserInfo(asking.user_info, &options,
+                             InFlight::HandOver(EosCall::kQueryFriendUserInfo, std::move(context)),
                              complete);
   return true;
-}
-
-// The worker commits nothing: what it has to say is left for the next tick.
-void EndOfWorker(FriendsInfoThreadContext* page) {
-  {
-    const EosLock::Step step;
-    workers.Remove(page);
-    if (!page->friends_info->answered && (page->failure != nullptr || page->IsComplete())) {
-      return left_for_tick.Append(page);
-    }
-  }
-  page->Release();
 }
 
 }  // namespace
 
 uint32_t EpicFriend::QueryFriendsInfoThreadProc(void* context) {
   if (context == nullptr) return 0;
-  auto* const page = static_cast<FriendsInfoThreadContext*>(context);
-  const auto ask = [page] {
+  const ThreadContext page(static_cast<FriendsInfoThreadContext*>(context));
+  const auto ask = [&page] {
     AskingUser asking;
     if (!PrepareAsking(*page, asking)) return;
     for (const PersonInfo& entry : *page->friends) {
       if (!AskForFriend(*page, asking, entry, &QueryFriendUserInfoCompleteCallbackFn)) return;
     }
   };
-  AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask,
-             [page] { page->failure = kUnknownError; });
-  EndOfWorker(page);
+  AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask, [&page] {
+    const EosLock::WorkerGuard guard;
+    LeaveForTick(*page, kUnknownError);
+  });
   return 0;
-}
-
-void EpicFriend::AnswerForWorkers() {
-  while (!left_for_tick.empty()) {
-    auto* const page = static_cast<FriendsInfoThreadContext*>(left_for_tick.first());
-    left_for_tick.Remove(page);
-    const auto fail = [page] {
-      const char* message = page->failure != nullptr ? page->failure : kUnknownError;
-      AnswerFailure(*page->friends_info, page->base_params, kResultUnknownError, message);
-    };
-    const auto answer = [page, &fail] {
-      if (page->failure != nullptr) return fail();
-      if (page->friends_info->answered) return;
-      AnswerSuccess(*page->friends_info, page->base_params, page->current, page->total,
-                    page->is_in_game);
-    };
-    AtBoundary("zelk::EpicFriend::AnswerForWorkers", answer, fail);
-    if (!page->friends_info->answered) {  // for want of memory: the next tick tries again
-      page->failure = kUnknownError;
-      return left_for_tick.Append(page);
-    }
-    page->Release();
-  }
-}
-
-// The workers find their pages answered, and stop.
-void EpicFriend::AnswerAfterShutdown() {
-  left_for_tick.AnswerAfterShutdown();
-  for (PendingContext* page = workers.first(); page != nullptr; page = page->next()) {
-    const auto answer = [page] { page->AnswerAfterShutdown(); };
-    AtBoundary("zelk::EpicFriend::AnswerAfterShutdown", answer, answer);
-  }
 }
 
 namespace {
@@ -520,14 +563,6 @@ void CopyDetails(FriendUserInfoContext& context) {
   context.person.language = copy->PreferredLanguage;
 }
 
-void AddDetails(FriendUserInfoContext& context, EOS_EResult result) {
-  DetailList& list = *context.friends_info;
-  if (result == EOS_EResult::EOS_Success) CopyDetails(context);
-  list.friends.push_back(std::move(context.person));
-  if (static_cast<int64_t>(list.friends.size()) < context.expected_count) return;
-  AnswerSuccess(list, context.base_params, context.current, context.total, context.is_in_game);
-}
-
 }  // namespace
 
 void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
@@ -538,27 +573,28 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
       ZELK_LOG(kLogError, "NULL Data for CallbackFn");
       return;
     }
-    const bool completes_again = data->ResultCode == EOS_EResult::EOS_OperationWillRetry;
-    context = EosHeld::Take<FriendUserInfoContext>(data->ClientData, completes_again);
+    const bool will_retry = data->ResultCode == EOS_EResult::EOS_OperationWillRetry;
+    context = InFlight::Reclaim<FriendUserInfoContext>(EosCall::kQueryFriendUserInfo,
+                                                       data->ClientData, will_retry);
     if (context == nullptr) {
       ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
       return;
     }
-    if (context->friends_info->answered) return;
-    const bool platform_is_gone = EpicAuth::GetInstance()->platform() == nullptr;
-    if (completes_again || platform_is_gone) return EosHeld::PutBack(context.release());
-    AddDetails(*context, data->ResultCode);
+    const bool is_shutting_down = EpicAuth::GetInstance()->platform() == nullptr;
+    if (will_retry || is_shutting_down) return InFlight::Return(std::move(context));
+    DetailList& page = *context->friends_info;
+    if (page.is_open && page.CanGoOn()) {
+      if (data->ResultCode == EOS_EResult::EOS_Success) CopyDetails(*context);
+      page.friends.push_back(std::move(context->person));
+    }
+    AnswerIfDue(context->friends_info);
   };
-  // Without this friend its page will never be complete, so it is answered here, or, when not even
-  // that can be done, at the shutdown.
-  bool unanswered = false;
-  AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&] {
+  // Without this friend its page will never be complete.
+  AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&context] {
     if (context == nullptr) return;
-    unanswered = true;
-    AnswerFailure(*context->friends_info, context->base_params, kResultUnknownError, kUnknownError);
-    unanswered = false;
+    context->friends_info->failure = kUnknownError;
+    AnswerIfDue(context->friends_info);
   });
-  if (unanswered) EosHeld::PutBack(context.release());
 }
 
 }  // namespace zelk

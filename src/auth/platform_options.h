@@ -1,0 +1,78 @@
+// What the EOS platform is brought up with.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <windows.h>
+
+#include "core_contract/config.h"
+#include "core_contract/sdk_string.h"
+#include "eos_types.h"
+#include "zelk_epic_log.h"
+
+namespace zelk {
+
+// The configuration, in the order in which it is read. The options below point into it.
+struct PlatformConfig {
+  static SdkString Read(const char* key) { return Config::GetString(key, "", kLogTag); }
+
+  SdkString product_name = Read("EPIC_PRODUCT_NAME");
+  SdkString product_version = Read("EPIC_PRODUCT_VERSION");
+  SdkString product_id = Read("EPIC_PRODUCT_ID");
+  SdkString sandbox_id = Read("EPIC_SANDBOX_ID");
+  SdkString deployment_id = Read("EPIC_DEPLOYMENT_ID");
+  SdkString client_id = Read("EPIC_CLIENT_ID");
+  SdkString client_secret = Read("EPIC_CLIENT_SECRET");
+};
+
+constexpr bool IsEncryptionKey(std::string_view key) {
+  return key.size() == 64 &&
+         key.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+static_assert(IsEncryptionKey(ZELK_ENCRYPTION_KEY),
+              "ZELK_ENCRYPTION_KEY must be 64 hexadecimal digits");
+
+// The key of what EOS keeps on disk. The first call takes memory.
+inline const char* EncryptionKey() {
+  static const std::string encryption_key = ZELK_ENCRYPTION_KEY;
+  return encryption_key.c_str();
+}
+
+// The temporary-files directory, where EOS keeps what outlives the process. Asked for until there
+// is an answer.
+inline const char* CacheDirectory() {
+  constexpr DWORD kSize = 1024;
+  static char cache_directory[kSize];
+  if (cache_directory[0] == '\0') GetTempPathA(kSize, cache_directory);
+  return cache_directory;
+}
+
+inline EOS_InitializeOptions InitializeOptions(const PlatformConfig& config) {
+  return {
+      .ApiVersion = 3,
+      .AllocateMemoryFunction = nullptr,
+      .ReallocateMemoryFunction = nullptr,
+      .ReleaseMemoryFunction = nullptr,
+      .ProductName = config.product_name.c_str(),
+      .ProductVersion = config.product_version.c_str(),
+      .Reserved = nullptr,
+      .SystemInitializeOptions = nullptr,
+  };
+}
+
+inline EOS_Platform_Options PlatformOptions(const PlatformConfig& config) {
+  EOS_Platform_Options options{};
+  options.ApiVersion = 7;
+  options.ProductId = config.product_id.c_str();
+  options.SandboxId = config.sandbox_id.c_str();
+  options.ClientCredentials.ClientId = config.client_id.c_str();
+  options.ClientCredentials.ClientSecret = config.client_secret.c_str();
+  options.bIsServer = EOS_FALSE;
+  options.EncryptionKey = EncryptionKey();
+  options.DeploymentId = config.deployment_id.c_str();
+  options.CacheDirectory = CacheDirectory();
+  return options;
+}
+
+}  // namespace zelk
