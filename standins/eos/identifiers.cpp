@@ -4,9 +4,6 @@
 #include <map>
 #include <unordered_map>
 
-#include "entry.h"
-#include "script.h"
-
 namespace eos_standin {
 namespace {
 
@@ -28,24 +25,6 @@ int DigitValue(char digit) {
   if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
   if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
   return -1;
-}
-
-EOS_EpicAccountId HandleFor(std::string_view text) {
-  if (const auto key = ParseKey(text)) return AccountHandle(*key);
-  auto& invalid = AllHandles().invalid_accounts;
-  const std::string name(text);
-  return &invalid.try_emplace(name, EOS_EpicAccountIdDetails{{}, name, false}).first->second;
-}
-
-EOS_EResult CopyText(std::string_view text, char* buffer, int32_t* length) {
-  if (buffer == nullptr || length == nullptr) return EOS_EResult::EOS_InvalidParameters;
-  const auto needed = static_cast<int32_t>(text.size() + 1);
-  const bool fits = *length >= needed;
-  *length = needed;
-  if (!fits) return EOS_EResult::EOS_LimitExceeded;
-  std::copy(text.begin(), text.end(), buffer);
-  buffer[text.size()] = '\0';
-  return EOS_EResult::EOS_Success;
 }
 
 }  // namespace
@@ -85,6 +64,13 @@ EOS_EpicAccountId AccountHandle(Key key) {
   return &accounts.emplace(key, EOS_EpicAccountIdDetails{key, KeyText(key), true}).first->second;
 }
 
+EOS_EpicAccountId AccountHandleOf(std::string_view text) {
+  if (const auto key = ParseKey(text)) return AccountHandle(*key);
+  auto& invalid = AllHandles().invalid_accounts;
+  const std::string name(text);
+  return &invalid.try_emplace(name, EOS_EpicAccountIdDetails{{}, name, false}).first->second;
+}
+
 EOS_ProductUserId ProductUserHandle(const std::string& text) {
   return &AllHandles()
               .product_users.try_emplace(text, EOS_ProductUserIdDetails{text})
@@ -97,50 +83,3 @@ EOS_ContinuanceToken ContinuanceTokenFor(Key account) {
 }
 
 }  // namespace eos_standin
-
-using namespace eos_standin;
-
-EOS_DECLARE_FUNC(EOS_Bool) EOS_EpicAccountId_IsValid(EOS_EpicAccountId AccountId) {
-  const Entry entry(Function::EOS_EpicAccountId_IsValid, [&] {
-    return Json{{"AccountId", Describe(AccountId)}};
-  });
-  if (!entry.Allowed()) return EOS_FALSE;
-  const bool refused = entry.Script(TextOf(AccountId)).Fails();
-  return !refused && IsValid(AccountId) ? EOS_TRUE : EOS_FALSE;
-}
-
-EOS_DECLARE_FUNC(EOS_EResult)
-EOS_EpicAccountId_ToString(EOS_EpicAccountId AccountId, char* OutBuffer,
-                           int32_t* InOutBufferLength) {
-  const Entry entry(Function::EOS_EpicAccountId_ToString, [&] {
-    return Json{{"AccountId", Describe(AccountId)}};
-  });
-  if (!entry.Allowed()) return EOS_EResult::EOS_NotConfigured;
-  if (const Scripted scripted = entry.Script(TextOf(AccountId)); scripted.Fails()) {
-    return scripted.result;
-  }
-  if (!IsValid(AccountId)) return EOS_EResult::EOS_InvalidUser;
-  return CopyText(AccountId->text, OutBuffer, InOutBufferLength);
-}
-
-EOS_DECLARE_FUNC(EOS_EpicAccountId) EOS_EpicAccountId_FromString(const char* AccountIdString) {
-  const Entry entry(Function::EOS_EpicAccountId_FromString, [&] {
-    return Json{{"AccountIdString", Describe(AccountIdString)}};
-  });
-  if (!entry.Allowed() || AccountIdString == nullptr || *AccountIdString == '\0') return nullptr;
-  return entry.Script(AccountIdString).Fails() ? nullptr : HandleFor(AccountIdString);
-}
-
-EOS_DECLARE_FUNC(EOS_EResult)
-EOS_ProductUserId_ToString(EOS_ProductUserId AccountId, char* OutBuffer,
-                           int32_t* InOutBufferLength) {
-  const Entry entry(Function::EOS_ProductUserId_ToString, [&] {
-    return Json{{"AccountId", Describe(AccountId)}};
-  });
-  if (!entry.Allowed()) return EOS_EResult::EOS_NotConfigured;
-  if (const Scripted scripted = entry.Script(TextOf(AccountId)); scripted.Fails()) {
-    return scripted.result;
-  }
-  if (AccountId == nullptr) return EOS_EResult::EOS_InvalidUser;
-  return CopyText(AccountId->text, OutBuffer, InOutBufferLength);
-}

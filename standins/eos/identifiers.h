@@ -51,6 +51,8 @@ struct EOS_ContinuanceTokenDetails {
 namespace eos_standin {
 
 EOS_EpicAccountId AccountHandle(Key key);
+// Also for a text that is no identifier: such a handle is not valid.
+EOS_EpicAccountId AccountHandleOf(std::string_view text);
 EOS_ProductUserId ProductUserHandle(const std::string& text);
 EOS_ContinuanceToken ContinuanceTokenFor(Key account);
 
@@ -60,6 +62,18 @@ inline bool IsValid(EOS_EpicAccountId id) { return id != nullptr && id->valid; }
 template <class Identifier>
 std::string_view TextOf(Identifier id) {
   return id == nullptr ? std::string_view() : std::string_view(id->text);
+}
+
+// The account that a call is about, by its options; null when it is about none.
+template <class Options>
+EOS_EpicAccountId AccountAbout(const Options& options) {
+  if constexpr (requires { options.TargetUserId; }) {
+    return options.TargetUserId;
+  } else if constexpr (requires { options.LocalUserId; }) {
+    return options.LocalUserId;
+  } else {
+    return nullptr;
+  }
 }
 
 }  // namespace eos_standin

@@ -3,105 +3,36 @@
 // IsInitialized and IsShutDown.
 #pragma once
 
-#include <cstdint>
-#include <deque>
-#include <map>
+#include <filesystem>
 #include <memory>
-#include <string>
-#include <tuple>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
-#include "eos_sdk.h"
-#include "identifiers.h"
-#include "operation.h"
+#include "platform.h"
 #include "world.h"
 
-// Interfaces have no state of their own, only an address inside their platform.
-struct EOS_AuthHandle {
-  char address;
-};
-struct EOS_ConnectHandle {
-  char address;
-};
-struct EOS_FriendsHandle {
-  char address;
-};
-struct EOS_UserInfoHandle {
-  char address;
-};
-
 namespace eos_standin {
-
-// A signed-in account.
-struct Session {
-  const Account* account;
-  EOS_EpicAccountId id;
-  std::string access_token;
-  std::string refresh_token;
-  bool knows_friends = false;
-};
-
-struct ExpirationListener {
-  EOS_Connect_OnAuthExpirationCallback callback;
-  void* client_data;
-};
-
-}  // namespace eos_standin
-
-// Stays allocated when it is released, so that its late use is reported.
-struct EOS_PlatformHandle {
-  bool released = false;
-  std::string cache_directory;
-  std::tuple<EOS_AuthHandle, EOS_ConnectHandle, EOS_FriendsHandle, EOS_UserInfoHandle> interfaces;
-
-  std::vector<eos_standin::Session> sessions;
-  // Every token handed out to an account that is still signed in.
-  std::unordered_map<std::string, eos_standin::Key> access_tokens;
-  // Accounts whose user info a caller can copy.
-  std::unordered_set<EOS_EpicAccountId> known_users;
-  EOS_ProductUserId product_user = nullptr;
-  std::vector<eos_standin::ExpirationListener> expiration_listeners;
-
-  // Null when the account is not signed in.
-  eos_standin::Session* SessionOf(EOS_EpicAccountId id);
-  void Start(std::unique_ptr<eos_standin::Operation> operation);
-  void Tick();
-  void Release();
-
- private:
-  using Operations = std::deque<std::unique_ptr<eos_standin::Operation>>;
-  Operations TakeDue();
-  void ReportExpiration();
-
-  int64_t tick_ = 0;
-  // By the tick they are due in, in the order of the calls.
-  std::map<int64_t, Operations> queue_;
-  // What the tick that is under way has still to run.
-  Operations due_now_;
-};
-
-namespace eos_standin {
-
-using Platform = EOS_PlatformHandle;
 
 bool IsInitialized();
 bool IsShutDown();
+void SetInitialized();
+void SetShutDown();
 
+// Loads the world that a test set, that ZELK_EOS_WORLD names, or the built-in one, and puts its
+// script in force. False, and a line on standard error, when it cannot be loaded.
+bool LoadWorld();
 // Only while initialised.
 World& TheWorld();
 
-// Null for what is no handle of this library.
-Platform* FindPlatform(const EOS_PlatformHandle* handle);
-Platform* FindPlatform(const EOS_AuthHandle* handle);
-Platform* FindPlatform(const EOS_ConnectHandle* handle);
-Platform* FindPlatform(const EOS_FriendsHandle* handle);
-Platform* FindPlatform(const EOS_UserInfoHandle* handle);
+// The released ones too.
+std::vector<std::unique_ptr<Platform>>& Platforms();
 
-class Entry;
-// Reports the tokens, or the user infos, that the platform still has out.
-void ReportLeakedTokens(const Entry& entry, const Platform* platform);
-void ReportLeakedUserInfos(const Entry& entry, const Platform* platform);
+// The platform of its own handle, or of an interface's. Null for what is no handle of this library.
+template <class Handle>
+Platform* FindPlatform(const Handle* handle) {
+  for (const auto& platform : Platforms()) {
+    if (platform->Has(handle)) return platform.get();
+  }
+  return nullptr;
+}
 
 }  // namespace eos_standin

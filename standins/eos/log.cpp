@@ -5,8 +5,8 @@
 #include <atomic>
 #include <thread>
 
-#include "entry.h"
 #include "eos_standin.h"
+#include "script.h"
 
 namespace eos_standin {
 namespace {
@@ -35,6 +35,15 @@ const Category& CategoryNamed(std::string_view name) {
 
 }  // namespace
 
+void SetLogCallback(EOS_LogMessageFunc callback) { log_callback.store(callback, kRelaxed); }
+
+void SetLogThreshold(EOS_ELogCategory category, EOS_ELogLevel level) {
+  for (Category& row : categories) {
+    const bool meant = category == row.id || category == EOS_ELogCategory::EOS_LC_ALL_CATEGORIES;
+    if (meant) row.threshold.store(level, kRelaxed);
+  }
+}
+
 bool IsLogged(std::string_view category, EOS_ELogLevel level) {
   return log_callback.load(kRelaxed) != nullptr &&
          level <= CategoryNamed(category).threshold.load(kRelaxed);
@@ -56,33 +65,3 @@ void LogFromOwnThread(EOS_ELogLevel level, const std::string& category,
 }
 
 }  // namespace eos_standin
-
-using namespace eos_standin;
-
-EOS_DECLARE_FUNC(EOS_EResult) EOS_Logging_SetCallback(EOS_LogMessageFunc Callback) {
-  const Entry entry(Function::EOS_Logging_SetCallback, [&] {
-    return Json{{"Callback", Callback == nullptr ? Json() : Json(true)}};
-  });
-  if (!entry.Allowed()) return EOS_EResult::EOS_NotConfigured;
-  if (const Scripted scripted = entry.Script(); scripted.Fails()) return scripted.result;
-  if (!IsInitialized()) return EOS_EResult::EOS_NotConfigured;
-  log_callback.store(Callback, kRelaxed);
-  return EOS_EResult::EOS_Success;
-}
-
-EOS_DECLARE_FUNC(EOS_EResult)
-EOS_Logging_SetLogLevel(EOS_ELogCategory LogCategory, EOS_ELogLevel LogLevel) {
-  const Entry entry(Function::EOS_Logging_SetLogLevel, [&] {
-    return Json{{"LogCategory", static_cast<int32_t>(LogCategory)},
-                {"LogLevel", static_cast<int32_t>(LogLevel)}};
-  });
-  if (!entry.Allowed()) return EOS_EResult::EOS_NotConfigured;
-  if (const Scripted scripted = entry.Script(); scripted.Fails()) return scripted.result;
-  if (!IsInitialized()) return EOS_EResult::EOS_NotConfigured;
-  for (Category& category : categories) {
-    const bool meant =
-        LogCategory == category.id || LogCategory == EOS_ELogCategory::EOS_LC_ALL_CATEGORIES;
-    if (meant) category.threshold.store(LogLevel, kRelaxed);
-  }
-  return EOS_EResult::EOS_Success;
-}

@@ -15,6 +15,9 @@ inline constexpr const char* kLogConnect = "LogEOSConnect";
 inline constexpr const char* kLogFriends = "LogEOSFriends";
 inline constexpr const char* kLogUserInfo = "LogEOSUserInfo";
 
+void SetLogCallback(EOS_LogMessageFunc callback);
+void SetLogThreshold(EOS_ELogCategory category, EOS_ELogLevel level);
+
 bool IsLogged(std::string_view category, EOS_ELogLevel level);
 void WriteLog(const char* category, EOS_ELogLevel level, std::string message);
 

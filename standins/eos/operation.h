@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include "script.h"
 
@@ -14,7 +13,7 @@ class Operation {
   // `about` is the handle of the account the call is about, for rules with a target; may be null.
   Operation(Function function, EOS_EpicAccountId about) : function_(function), about_(about) {
     Count(outstanding_counts.operations, 1);
-    NextTurn();
+    ApplyScript();
   }
   virtual ~Operation() { Count(outstanding_counts.operations, -1); }
   Operation(const Operation&) = delete;
@@ -29,12 +28,12 @@ class Operation {
     const EOS_EResult result = scripted_.Fails() ? scripted_.result : Work();
     Complete(result, scripted_);
     if (result == EOS_EResult::EOS_OperationWillRetry) {
-      NextTurn();
+      ApplyScript();
       return true;
     }
     const bool pin_granted = result == EOS_EResult::EOS_Auth_PinGrantCode;
     if (!pin_granted || function_ != Function::EOS_Auth_Login) return false;
-    NextTurn();
+    ApplyScript();
     if (scripted_.after_ticks <= 1) scripted_.after_ticks = kTicksOfPlayerWithPin;
     return true;
   }
@@ -49,42 +48,11 @@ class Operation {
   // How long a player takes to enter the code on the web page.
   static constexpr int64_t kTicksOfPlayerWithPin = 3;
 
-  void NextTurn() { scripted_ = TakeRule(function_, TextOf(about_)); }
+  void ApplyScript() { scripted_ = ApplyRules(function_, TextOf(about_)); }
 
   Function function_;
   EOS_EpicAccountId about_;
   Scripted scripted_;
-};
-
-// An operation with the callback info that its completion gets.
-template <class Info>
-class Completion : public Operation {
- public:
-  using Callback = void(EOS_CALL*)(const Info*);
-
- protected:
-  Completion(Function function, EOS_EpicAccountId about, void* client_data, Callback callback)
-      : Operation(function, about), callback_(callback) {
-    info_.ClientData = client_data;
-  }
-
-  // Around the callback: what the info holds for a result, and what becomes of it afterwards.
-  virtual void Furnish(EOS_EResult, const Scripted&) {}
-  virtual void Spoil() {}
-
-  void Complete(EOS_EResult result, const Scripted& scripted) final {
-    info_.ResultCode = result;
-    Furnish(result, scripted);
-    Info info = info_;
-    if (scripted.null_client_data) info.ClientData = nullptr;
-    if (callback_ != nullptr) callback_(scripted.null_data ? nullptr : &info);
-    Spoil();
-  }
-
-  Info info_{};
-
- private:
-  Callback callback_;
 };
 
 }  // namespace eos_standin

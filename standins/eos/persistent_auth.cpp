@@ -2,6 +2,8 @@
 
 #include "common/files.h"
 #include "common/paths.h"
+#include "describe.h"
+#include "library.h"
 #include "log.h"
 
 namespace eos_standin {

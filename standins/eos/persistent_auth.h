@@ -2,7 +2,7 @@
 // cache directory of the platform. A platform without a cache directory keeps nothing.
 #pragma once
 
-#include "library.h"
+#include "platform.h"
 
 namespace eos_standin {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -30,29 +31,28 @@ std::atomic<uint64_t> shuffle_seed{1};
 std::atomic<bool> complete_on_release{false};
 std::atomic<Expiration> expiration{Expiration::kNone};
 
-// What lies behind the switches. Never destroyed: a call may come from another static destructor.
-struct Behind {
+// What the switches guard. Never destroyed: a call may come from another static destructor.
+struct State {
   std::mutex mutex;
   std::array<std::vector<RuleInUse>, kFunctions.size()> rules;
   std::shared_ptr<const std::function<void(const std::string&)>> hook;
   std::vector<Call> calls;
   std::vector<Misuse> misuses;
-  std::unique_ptr<World> world;
 };
 
-Behind& TheBehind() {
-  static Behind& behind = *new Behind;
-  return behind;
+State& TheState() {
+  static State& state = *new State;
+  return state;
 }
 
 }  // namespace
 
 OutstandingCounts outstanding_counts;
 
-Scripted TakeRule(Function function, std::string_view about) {
+Scripted ApplyRules(Function function, std::string_view about) {
   if (!has_rules[IndexOf(function)].load(kRelaxed)) return {};
-  const std::lock_guard lock(TheBehind().mutex);
-  auto& rules = TheBehind().rules[IndexOf(function)];
+  const std::lock_guard lock(TheState().mutex);
+  auto& rules = TheState().rules[IndexOf(function)];
   const auto found =
       std::find_if(rules.begin(), rules.end(), [&](RuleInUse& rule) { return rule.Serves(about); });
   if (found == rules.end()) return {};
@@ -64,50 +64,34 @@ Scripted TakeRule(Function function, std::string_view about) {
 bool Recording() { return recording.load(kRelaxed); }
 
 void Record(Function function, Json options) {
-  const std::lock_guard lock(TheBehind().mutex);
-  TheBehind().calls.push_back({std::string(NameOf(function)), std::move(options)});
+  const std::lock_guard lock(TheState().mutex);
+  TheState().calls.push_back({std::string(NameOf(function)), std::move(options)});
 }
 
 // The hook runs outside of the lock: it may script, and it may wait for another thread's call.
 void RunHook(Function function) {
   if (!has_hook.load(kRelaxed)) return;
-  std::unique_lock lock(TheBehind().mutex);
-  const auto hook = TheBehind().hook;
+  std::unique_lock lock(TheState().mutex);
+  const auto hook = TheState().hook;
   lock.unlock();
   if (hook) (*hook)(std::string(NameOf(function)));
 }
 
-void ReportMisuse(std::string_view rule, Function function, std::string_view detail) {
-  std::string text(NameOf(function));
-  if (!detail.empty()) text.append(": ").append(detail);
-  const std::lock_guard lock(TheBehind().mutex);
-  TheBehind().misuses.push_back({std::string(rule), std::move(text)});
+void ReportMisuse(MisuseRule rule, Function function) {
+  const auto& [name, sentence] = RowOf(rule);
+  std::string detail(NameOf(function));
+  detail.append(": ").append(sentence);
+  const std::lock_guard lock(TheState().mutex);
+  TheState().misuses.push_back({std::string(name), std::move(detail)});
 }
 
 CompletionOrder OrderOfCompletions() { return completion_order.load(kRelaxed); }
 uint64_t ShuffleSeed() { return shuffle_seed.load(kRelaxed); }
 bool CompletesOnRelease() { return complete_on_release.load(kRelaxed); }
 
-Expiration TakeExpiration() {
+Expiration ConsumeExpiration() {
   if (expiration.load(kRelaxed) == Expiration::kNone) return Expiration::kNone;
   return expiration.exchange(Expiration::kNone, kRelaxed);
-}
-
-std::unique_ptr<World> TakeWorld() {
-  const std::lock_guard lock(TheBehind().mutex);
-  return std::move(TheBehind().world);
-}
-
-void ApplyScript(const WorldScript& script) {
-  for (const Rule& rule : script.rules) AddRule(rule);
-  if (script.order) SetCompletionOrder(*script.order, script.seed);
-  if (script.complete_on_release) CompleteOnRelease(*script.complete_on_release);
-}
-
-void SetWorld(const nlohmann::ordered_json& world) {
-  auto parsed = std::make_unique<World>(World::FromJson(world, "world"));
-  const std::lock_guard lock(TheBehind().mutex);
-  TheBehind().world = std::move(parsed);
 }
 
 void AddRule(const Rule& rule) {
@@ -119,14 +103,14 @@ void AddRule(const Rule& rule) {
   for (char& digit : in_use.rule.target) {
     digit = static_cast<char>(std::tolower(static_cast<unsigned char>(digit)));
   }
-  const std::lock_guard lock(TheBehind().mutex);
-  TheBehind().rules[IndexOf(*function)].push_back(std::move(in_use));
+  const std::lock_guard lock(TheState().mutex);
+  TheState().rules[IndexOf(*function)].push_back(std::move(in_use));
   has_rules[IndexOf(*function)].store(true, kRelaxed);
 }
 
 void ClearRules() {
-  const std::lock_guard lock(TheBehind().mutex);
-  for (auto& rules : TheBehind().rules) rules.clear();
+  const std::lock_guard lock(TheState().mutex);
+  for (auto& rules : TheState().rules) rules.clear();
   for (auto& has : has_rules) has.store(false, kRelaxed);
 }
 
@@ -142,23 +126,23 @@ void ExpireConnectToken(bool null_data) {
 }
 
 void SetHook(std::function<void(const std::string& call)> hook) {
-  const std::lock_guard lock(TheBehind().mutex);
+  const std::lock_guard lock(TheState().mutex);
   has_hook.store(hook != nullptr, kRelaxed);
-  TheBehind().hook =
+  TheState().hook =
       std::make_shared<const std::function<void(const std::string&)>>(std::move(hook));
-  if (!*TheBehind().hook) TheBehind().hook = nullptr;
+  if (!*TheState().hook) TheState().hook = nullptr;
 }
 
 void RecordCalls(bool record) { recording.store(record, kRelaxed); }
 
 std::vector<Call> Calls() {
-  const std::lock_guard lock(TheBehind().mutex);
-  return TheBehind().calls;
+  const std::lock_guard lock(TheState().mutex);
+  return TheState().calls;
 }
 
 std::vector<Misuse> Misuses() {
-  const std::lock_guard lock(TheBehind().mutex);
-  return TheBehind().misuses;
+  const std::lock_guard lock(TheState().mutex);
+  return TheState().misuses;
 }
 
 Outstanding OutstandingNow() {

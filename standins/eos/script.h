@@ -1,5 +1,5 @@
 // What tests and the world file ask of the library (rules, order, hook, record) and what it reports
-// of its callers. Behind the functions of scripting/eos_standin.h; any thread.
+// of its callers. Implements the functions of scripting/eos_standin.h; any thread.
 //
 // The switches are relaxed atomics and the lock is taken only where one is on: otherwise the
 // library would order its callers' threads, and hide their races from a thread sanitizer.
@@ -7,14 +7,13 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
-#include <string>
 #include <string_view>
 
 #include "describe.h"
+#include "eos_result.h"
 #include "eos_standin.h"
 #include "functions.h"
-#include "world.h"
+#include "misuse_rules.h"
 
 namespace eos_standin {
 
@@ -33,25 +32,22 @@ struct Scripted {
   bool Fails() const { return result != EOS_EResult::EOS_Success; }
 };
 
-// Uses up one turn of the rule that applies. `about` is the text of the account the call is about.
-Scripted TakeRule(Function function, std::string_view about);
+// Applies the first rule that serves the call, and uses up one of its times. `about` is the text of
+// the account the call is about.
+Scripted ApplyRules(Function function, std::string_view about);
 
 bool Recording();
 void Record(Function function, Json options);
 void RunHook(Function function);
-void ReportMisuse(std::string_view rule, Function function, std::string_view detail = {});
+void ReportMisuse(MisuseRule rule, Function function);
 
 CompletionOrder OrderOfCompletions();
 uint64_t ShuffleSeed();
 bool CompletesOnRelease();
 
 enum class Expiration { kNone, kReported, kReportedWithoutData };
-Expiration TakeExpiration();
-
-// The world set by SetWorld; null when there is none.
-std::unique_ptr<World> TakeWorld();
-// Puts in force what a world file says beside its accounts.
-void ApplyScript(const WorldScript& script);
+// What ExpireConnectToken asked for since the last call.
+Expiration ConsumeExpiration();
 
 // What is out, counted where it goes out and comes back.
 struct OutstandingCounts {
@@ -62,7 +58,7 @@ struct OutstandingCounts {
 extern OutstandingCounts outstanding_counts;
 
 inline void Count(std::atomic<int64_t>& counter, int64_t change) {
-  counter.fetch_add(change, std::memory_order_relaxed);
+  counter.fetch_add(change, kRelaxed);
 }
 
 }  // namespace eos_standin

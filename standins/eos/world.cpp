@@ -6,11 +6,11 @@
 namespace eos_standin {
 namespace {
 
-// The number of a friend made up is the second half of its identifier, multiplied so that it does
-// not look like a number, and multiplied back.
-constexpr uint64_t kSpread = 0x9E3779B97F4A7C15U;
-constexpr uint64_t kGather = 0xF1DE83E19937733DU;
-static_assert(kSpread * kGather == 1);
+// The second half of a generated friend's identifier is its number times an odd constant, so that
+// identifiers are far apart; the inverse modulo 2^64 gives the number back.
+constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15U;
+constexpr uint64_t kInverse = 0xF1DE83E19937733DU;
+static_assert(kMultiplier * kInverse == 1);
 
 struct Locale {
   const char* country;
@@ -25,7 +25,7 @@ uint64_t FirstHalfOfFriends(const Account& account) {
 
 std::optional<uint64_t> NumberAmongFriends(const Account& account, Key id) {
   if (account.generated_friends == 0 || id.high != FirstHalfOfFriends(account)) return std::nullopt;
-  const uint64_t number = id.low * kGather;
+  const uint64_t number = id.low * kInverse;
   if (number > static_cast<uint64_t>(account.generated_friends) || number == 0) return std::nullopt;
   return number;
 }
@@ -51,17 +51,12 @@ const Account* World::Find(Key id) const {
 }
 
 const Account* World::FindByPassword(std::string_view name, std::string_view password) const {
-  const auto found = std::find_if(accounts_.begin(), accounts_.end(), [&](const auto& account) {
-    return account->name == name && account->password == password;
-  });
-  return found == accounts_.end() ? nullptr : found->get();
+  return FindIf(
+      [&](const Account& account) { return account.name == name && account.password == password; });
 }
 
 const Account* World::FindByExchangeCode(std::string_view code) const {
-  const auto found = std::find_if(accounts_.begin(), accounts_.end(), [&](const auto& account) {
-    return account->exchange_code == code;
-  });
-  return found == accounts_.end() ? nullptr : found->get();
+  return FindIf([&](const Account& account) { return account.exchange_code == code; });
 }
 
 std::optional<Profile> World::ProfileOf(Key id) const {
@@ -86,7 +81,7 @@ int64_t World::FriendCount(const Account& account) {
 Key World::FriendAt(const Account& account, int64_t index) {
   const auto listed = static_cast<int64_t>(account.friends.size());
   if (index < listed) return account.friends[static_cast<size_t>(index)];
-  return {FirstHalfOfFriends(account), static_cast<uint64_t>(index - listed + 1) * kSpread};
+  return {FirstHalfOfFriends(account), static_cast<uint64_t>(index - listed + 1) * kMultiplier};
 }
 
 EOS_EFriendsStatus World::StatusOf(const Account& account, Key other) {

@@ -35,7 +35,7 @@ struct Account {
   Profile profile;
   std::vector<Key> friends;
   std::unordered_map<Key, EOS_EFriendsStatus, KeyHash> status;
-  // Come after `friends`; made up when asked for.
+  // Come after `friends`; each is computed when it is asked for.
   int64_t generated_friends = 0;
 };
 
@@ -63,7 +63,7 @@ class World {
   // Whom a sign-in on a web page signs in.
   const Account* SignsIn() const { return signs_in_; }
 
-  // Of accounts, and of friends made up.
+  // Of accounts, and of generated friends.
   bool HasProfile(Key id) const;
   std::optional<Profile> ProfileOf(Key id) const;
   static int64_t FriendCount(const Account& account);
@@ -78,6 +78,14 @@ class World {
 
  private:
   friend class WorldReader;
+
+  template <class Predicate>
+  const Account* FindIf(const Predicate& predicate) const {
+    for (const auto& account : accounts_) {
+      if (predicate(*account)) return account.get();
+    }
+    return nullptr;
+  }
 
   std::optional<uint64_t> NumberOfGenerated(Key id) const;
 

@@ -1,7 +1,7 @@
 // Makes a World from its JSON document.
 #include <algorithm>
 #include <array>
-#include <initializer_list>
+#include <functional>
 #include <stdexcept>
 #include <utility>
 
@@ -31,6 +31,15 @@ constexpr std::array<std::pair<std::string_view, CompletionOrder>, 3> kOrderName
 // As far as the calls of the library can count.
 constexpr int64_t kMostCounted = INT32_MAX;
 
+class Node;
+
+// A member of an object: its name, and what becomes of its value.
+struct Member {
+  std::string name;
+  std::function<void(const Node&)> read;
+  bool required = false;
+};
+
 // One value of the document with the way to it, for messages.
 class Node {
  public:
@@ -41,21 +50,20 @@ class Node {
     throw std::runtime_error(file_ + ": " + (pointer_.empty() ? "/" : pointer_) + ": " + message);
   }
 
-  // An object with none but these members.
-  void CheckObject(std::initializer_list<std::string_view> members) const {
-    if (!json_->is_object()) Fail("must be an object");
-    for (const auto& [name, value] : json_->items()) {
-      if (std::find(members.begin(), members.end(), name) == members.end()) {
-        Below(name, &value).Fail("is not known");
+  // Reads an object with none but these members, in their order.
+  void ReadObject(const std::vector<Member>& members) const {
+    for (const auto& [name, value] : Members()) {
+      const auto same = [&name = name](const Member& member) { return member.name == name; };
+      if (std::none_of(members.begin(), members.end(), same)) value.Fail("is not known");
+    }
+    for (const Member& member : members) {
+      const auto found = json_->find(member.name);
+      if (found != json_->end()) {
+        member.read(Below(member.name, &*found));
+      } else if (member.required) {
+        Below(member.name, nullptr).Fail("is missing");
       }
     }
-  }
-
-  bool Has(const char* name) const { return json_->contains(name); }
-  Node Member(const std::string& name) const {
-    const auto found = json_->find(name);
-    if (found == json_->end()) Below(name, nullptr).Fail("is missing");
-    return Below(name, &*found);
   }
 
   std::vector<std::pair<std::string, Node>> Members() const {
@@ -73,6 +81,8 @@ class Node {
       elements.push_back(Below(std::to_string(elements.size()), &value));
     return elements;
   }
+
+  bool IsNull() const { return json_->is_null(); }
 
   std::string Text() const {
     if (!json_->is_string()) Fail("must be a string");
@@ -124,24 +134,6 @@ class Node {
     Fail("is not known");
   }
 
-  // Members that may be missing: `read` gets the node of one that is there.
-  template <class Read>
-  void If(const char* name, const Read& read) const {
-    if (Has(name)) read(Member(name));
-  }
-  void Take(const char* name, std::optional<std::string>& text) const {
-    if (Has(name) && !json_->at(name).is_null()) text = Member(name).Text();
-  }
-  void Take(const char* name, int64_t& count) const {
-    if (Has(name)) count = Member(name).Count();
-  }
-  void Take(const char* name, double& seconds) const {
-    if (Has(name)) seconds = Member(name).Seconds();
-  }
-  void Take(const char* name, bool& flag) const {
-    if (Has(name)) flag = Member(name).Flag();
-  }
-
  private:
   Node Below(const std::string& name, const Json* json) const {
     return {json, file_, pointer_ + "/" + name};
@@ -152,18 +144,32 @@ class Node {
   std::string pointer_;
 };
 
+void Read(const Node& node, std::optional<std::string>& text) {
+  if (!node.IsNull()) text = node.Text();
+}
+void Read(const Node& node, int64_t& count) { count = node.Count(); }
+void Read(const Node& node, double& seconds) { seconds = node.Seconds(); }
+void Read(const Node& node, bool& flag) { flag = node.Flag(); }
+void Read(const Node& node, std::optional<bool>& flag) { flag = node.Flag(); }
+
+// A member whose value is read as the type of the variable says.
+template <class Variable>
+Member Into(const char* name, Variable& variable) {
+  return {name, [&variable](const Node& node) { Read(node, variable); }};
+}
+
 Rule ReadRule(const std::string& call, const Node& node) {
-  node.CheckObject({"result", "skip", "times", "after_ticks", "target", "null_data",
-                    "null_client_data", "null_texts"});
   Rule rule{.call = call};
-  node.If("result", [&](const Node& result) { rule.result = result.ResultCode(); });
-  node.If("target", [&](const Node& target) { rule.target = KeyText(target.Identifier()); });
-  node.Take("skip", rule.skip);
-  node.Take("times", rule.times);
-  node.Take("after_ticks", rule.after_ticks);
-  node.Take("null_data", rule.null_data);
-  node.Take("null_client_data", rule.null_client_data);
-  node.Take("null_texts", rule.null_texts);
+  node.ReadObject({
+      {"result", [&](const Node& result) { rule.result = result.ResultCode(); }},
+      {"target", [&](const Node& target) { rule.target = KeyText(target.Identifier()); }},
+      Into("skip", rule.skip),
+      Into("times", rule.times),
+      Into("after_ticks", rule.after_ticks),
+      Into("null_data", rule.null_data),
+      Into("null_client_data", rule.null_client_data),
+      Into("null_texts", rule.null_texts),
+  });
   return rule;
 }
 
@@ -177,35 +183,41 @@ void ReadCalls(const Node& node, std::vector<Rule>& rules) {
 }
 
 void ReadFriend(const Node& node, Account& account) {
-  node.CheckObject({"account_id", "status"});
-  const Key id = node.Member("account_id").Identifier();
+  Key id;
   auto status = EOS_EFriendsStatus::EOS_FS_Friends;
-  node.If("status", [&](const Node& name) { status = name.OneOf(kStatusNames); });
+  node.ReadObject({
+      {"account_id", [&](const Node& text) { id = text.Identifier(); }, true},
+      {"status", [&](const Node& name) { status = name.OneOf(kStatusNames); }},
+  });
   if (!account.status.emplace(id, status).second) node.Fail("is there twice");
   account.friends.push_back(id);
 }
 
 std::unique_ptr<Account> ReadAccount(const Node& node) {
-  node.CheckObject({"name", "password", "exchange_code", "account_id", "product_user_id",
-                    "display_name", "nickname", "country", "language", "friends",
-                    "generated_friends"});
   auto account = std::make_unique<Account>();
-  account->id = node.Member("account_id").Identifier();
-  node.Take("name", account->name);
-  node.Take("password", account->password);
-  node.Take("exchange_code", account->exchange_code);
-  node.Take("product_user_id", account->product_user);
-  if (account->product_user) node.Member("product_user_id").Identifier();
-  node.Take("display_name", account->profile.display_name);
-  node.Take("nickname", account->profile.nickname);
-  node.Take("country", account->profile.country);
-  node.Take("language", account->profile.language);
-  node.Take("generated_friends", account->generated_friends);
-  node.If("friends", [&](const Node& friends) {
-    for (const Node& entry : friends.Elements()) ReadFriend(entry, *account);
+  Profile& profile = account->profile;
+  const auto read_product_user = [&](const Node& id) {
+    if (!id.IsNull()) account->product_user = (static_cast<void>(id.Identifier()), id.Text());
+  };
+  const auto read_friends = [&](const Node& friends) {
+    for (const Node& row : friends.Elements()) ReadFriend(row, *account);
+  };
+  node.ReadObject({
+      {"account_id", [&](const Node& id) { account->id = id.Identifier(); }, true},
+      Into("name", account->name),
+      Into("password", account->password),
+      Into("exchange_code", account->exchange_code),
+      {"product_user_id", read_product_user},
+      Into("display_name", profile.display_name),
+      Into("nickname", profile.nickname),
+      Into("country", profile.country),
+      Into("language", profile.language),
+      Into("generated_friends", account->generated_friends),
+      {"friends", read_friends},
   });
-  if (World::FriendCount(*account) > kMostCounted)
+  if (World::FriendCount(*account) > kMostCounted) {
     node.Fail("has more friends than can be counted");
+  }
   return account;
 }
 
@@ -213,27 +225,23 @@ std::unique_ptr<Account> ReadAccount(const Node& node) {
 
 class WorldReader {
  public:
-  explicit WorldReader(const Node& root) : root_(root) {}
-
-  World Read() {
-    root_.CheckObject({"accounts", "signs_in", "calls", "completion_order", "seed",
-                       "complete_on_release", "access_token"});
-    ReadAccounts();
-    root_.If("signs_in", [&](const Node& name) { ReadSignsIn(name); });
-    root_.If("calls", [&](const Node& calls) { ReadCalls(calls, world_.script_.rules); });
-    root_.If("completion_order",
-             [&](const Node& order) { world_.script_.order = order.OneOf(kOrderNames); });
-    root_.If("seed",
-             [&](const Node& seed) { world_.script_.seed = static_cast<uint64_t>(seed.Count()); });
-    root_.If("complete_on_release",
-             [&](const Node& flag) { world_.script_.complete_on_release = flag.Flag(); });
-    root_.If("access_token", [&](const Node& token) { ReadAccessToken(token); });
+  World Read(const Node& root) {
+    WorldScript& script = world_.script_;
+    root.ReadObject({
+        {"accounts", [&](const Node& accounts) { ReadAccounts(accounts); }, true},
+        {"signs_in", [&](const Node& name) { ReadSignsIn(name); }},
+        {"calls", [&](const Node& calls) { ReadCalls(calls, script.rules); }},
+        {"completion_order", [&](const Node& name) { script.order = name.OneOf(kOrderNames); }},
+        {"seed", [&](const Node& seed) { script.seed = static_cast<uint64_t>(seed.Count()); }},
+        Into("complete_on_release", script.complete_on_release),
+        {"access_token", [&](const Node& token) { ReadAccessToken(token); }},
+    });
     return std::move(world_);
   }
 
  private:
-  void ReadAccounts() {
-    for (const Node& node : root_.Member("accounts").Elements()) {
+  void ReadAccounts(const Node& accounts) {
+    for (const Node& node : accounts.Elements()) {
       auto account = ReadAccount(node);
       if (!world_.by_id_.emplace(account->id, account.get()).second) node.Fail("is there twice");
       world_.accounts_.push_back(std::move(account));
@@ -251,12 +259,10 @@ class WorldReader {
   }
 
   void ReadAccessToken(const Node& node) {
-    node.CheckObject({"expires_in", "refresh_expires_in"});
-    node.Take("expires_in", world_.token_seconds_);
-    node.Take("refresh_expires_in", world_.refresh_token_seconds_);
+    node.ReadObject({Into("expires_in", world_.token_seconds_),
+                     Into("refresh_expires_in", world_.refresh_token_seconds_)});
   }
 
-  const Node& root_;
   World world_;
 };
 
@@ -272,8 +278,7 @@ World World::FromText(const std::string& text, const std::string& file) {
 }
 
 World World::FromJson(const nlohmann::ordered_json& document, const std::string& file) {
-  const Node root(&document, file, "");
-  return WorldReader(root).Read();
+  return WorldReader().Read(Node(&document, file, ""));
 }
 
 }  // namespace eos_standin

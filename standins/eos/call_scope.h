@@ -5,38 +5,38 @@
 #include <string_view>
 #include <type_traits>
 
-#include "functions.h"
 #include "library.h"
 #include "script.h"
 
 namespace eos_standin {
 
-class Entry {
+class CallScope {
  public:
-  explicit Entry(Function function) : Entry(function, [] { return Json(); }) {}
+  explicit CallScope(Function function) : CallScope(function, [] { return Json(); }) {}
 
   template <class Options>
-  requires std::is_class_v<Options> Entry(Function function, const Options* options)
-      : Entry(function, [options] { return options == nullptr ? Json() : Describe(*options); }) {}
+  requires std::is_class_v<Options> CallScope(Function function, const Options* options)
+      : CallScope(function, [options] { return Describe(options); }) {}
 
   // `describe` gives what is recorded.
   template <class DescribeCall>
-  requires std::is_invocable_v<DescribeCall> Entry(Function function, const DescribeCall& describe)
-      : function_(function), outermost_(GoIn(function)) {
+  requires std::is_invocable_v<DescribeCall> CallScope(Function function,
+                                                       const DescribeCall& describe)
+      : function_(function), outermost_(Enter(function)) {
     if (Recording()) Record(function, describe());
     RunHook(function);
   }
 
-  ~Entry() {
-    if (outermost_) GoOut();
+  ~CallScope() {
+    if (outermost_) Leave();
   }
-  Entry(const Entry&) = delete;
-  Entry& operator=(const Entry&) = delete;
+  CallScope(const CallScope&) = delete;
+  CallScope& operator=(const CallScope&) = delete;
 
   // False, and a misuse, after EOS_Shutdown.
   bool Allowed() const {
     if (!IsShutDown()) return true;
-    Misuse("after-shutdown");
+    Misuse(MisuseRule::kAfterShutdown);
     return false;
   }
 
@@ -45,22 +45,22 @@ class Entry {
   template <class Handle>
   Platform* PlatformOf(const Handle* handle) const {
     if (!Allowed()) return nullptr;
-    if (handle == nullptr) return Misuse("null-handle");
+    if (handle == nullptr) return Misuse(MisuseRule::kNullHandle);
     Platform* platform = FindPlatform(handle);
-    if (platform == nullptr) return Misuse("unknown-handle");
-    return platform->released ? Misuse("released-handle") : platform;
+    if (platform == nullptr) return Misuse(MisuseRule::kUnknownHandle);
+    return platform->released ? Misuse(MisuseRule::kReleasedHandle) : platform;
   }
 
   template <class Handle, class Options>
   Platform* PlatformOf(const Handle* handle, const Options* options) const {
     Platform* platform = PlatformOf(handle);
     if (platform == nullptr || options != nullptr) return platform;
-    return Misuse("null-options");
+    return Misuse(MisuseRule::kNullOptions);
   }
 
-  Scripted Script(std::string_view about = {}) const { return TakeRule(function_, about); }
+  Scripted Script(std::string_view about = {}) const { return ApplyRules(function_, about); }
 
-  std::nullptr_t Misuse(std::string_view rule) const {
+  std::nullptr_t Misuse(MisuseRule rule) const {
     ReportMisuse(rule, function_);
     return nullptr;
   }
@@ -70,8 +70,8 @@ class Entry {
  private:
   // True when this call is not made inside another one of the same thread, nor beside another
   // thread's.
-  static bool GoIn(Function function);
-  static void GoOut();
+  static bool Enter(Function function);
+  static void Leave();
 
   Function function_;
   bool outermost_;

@@ -1,4 +1,4 @@
-#include "entry.h"
+#include "call_scope.h"
 
 #include <atomic>
 
@@ -12,13 +12,13 @@ thread_local char this_thread = 0;
 
 }  // namespace
 
-bool Entry::GoIn(Function function) {
+bool CallScope::Enter(Function function) {
   const void* inside = nullptr;
   if (thread_inside.compare_exchange_strong(inside, &this_thread, kRelaxed)) return true;
-  if (inside != &this_thread) ReportMisuse("overlapping-call", function);
+  if (inside != &this_thread) ReportMisuse(MisuseRule::kOverlappingCall, function);
   return false;
 }
 
-void Entry::GoOut() { thread_inside.store(nullptr, kRelaxed); }
+void CallScope::Leave() { thread_inside.store(nullptr, kRelaxed); }
 
 }  // namespace eos_standin
