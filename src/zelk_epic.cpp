@@ -1,6 +1,10 @@
 #include "zelk_epic.h"
 
+#include <chrono>
+#include <mutex>
+
 #include "core_contract/results.h"
+#include "eos_sdk.h"
 #include "zelk_epic_auth.h"
 #include "zelk_epic_boundary.h"
 #include "zelk_epic_commit.h"
@@ -11,11 +15,15 @@
 
 using zelk::AtBoundary;
 using zelk::BaseParams;
-using zelk::EosLock;
 using zelk::EpicAuth;
 using zelk::EpicFriend;
 
 namespace {
+
+// How long a shutdown waits for a worker that is inside EOS: far longer than one call takes, also
+// on a busy machine. It must return when the process is ending and the system has stopped the
+// worker there.
+constexpr std::chrono::seconds kShutdownPatience{2};
 
 // The answer to a request that failed for want of memory or the like.
 template <class Result>
@@ -26,7 +34,7 @@ void AnswerUnknownError(const BaseParams& params) {
 }
 
 void Login(const char* function, const BaseParams& params, const std::string& permissions) {
-  const EosLock::EntryPointGuard lock;
+  const std::lock_guard lock(zelk::eos_lock);
   AtBoundary(
       function, [&] { EpicAuth::GetInstance()->Login(params, permissions); },
       [&] { AnswerUnknownError<zelk::AuthResult>(params); });
@@ -43,17 +51,18 @@ void zelk_epic_auth_auto_login(const BaseParams& params, const std::string& perm
 }
 
 void zelk_epic_auth_logout(const BaseParams& params) {
-  const EosLock::EntryPointGuard lock;
+  const std::lock_guard lock(zelk::eos_lock);
   AtBoundary(
       "zelk_epic_auth_logout", [&] { EpicAuth::GetInstance()->Logout(&params); },
       [&] { AnswerUnknownError<zelk::BaseResult>(params); });
 }
 
 void zelk_epic_update() {
-  const EosLock::EntryPointGuard lock;
+  const std::lock_guard lock(zelk::eos_lock);
   AtBoundary("zelk_epic_update", [] {
     EpicFriend::AnswerDuePages();
-    EpicAuth::GetInstance()->Tick();
+    const EOS_HPlatform platform = EpicAuth::GetInstance()->platform();
+    if (platform != nullptr) EOS_Platform_Tick(platform);
   });
 }
 
@@ -61,11 +70,10 @@ void zelk_epic_update() {
 // not completed by then is answered, the oldest first. Pages that wait for nothing of EOS, but for
 // their worker, are answered last; the worker finds its page closed.
 void zelk_epic_shutdown() {
-  const EosLock::ShutdownGuard lock;
-  if (!lock.holds()) {
-    ZELK_LOG_AS("zelk_epic_shutdown", zelk::kLogError,
-                "a thread has not come back from EOS; the platform is left as it is");
-    return;
+  const std::unique_lock lock(zelk::eos_lock, kShutdownPatience);
+  if (!lock) {
+    return ZELK_LOG_AS("zelk_epic_shutdown", zelk::kLogError,
+                       "a thread does not come back from EOS; the platform is left as it is");
   }
   AtBoundary("zelk_epic_shutdown", [] {
     EpicFriend::AnswerDuePages();
@@ -77,7 +85,7 @@ void zelk_epic_shutdown() {
 
 void zelk_epic_friend_queryfriends(const BaseParams& params, int32_t page, int32_t count,
                                    bool is_in_game) {
-  const EosLock::EntryPointGuard lock;
+  const std::lock_guard lock(zelk::eos_lock);
   AtBoundary(
       "zelk_epic_friend_queryfriends",
       [&] { EpicFriend::GetInstance()->QueryFriends(params, page, count, is_in_game); },

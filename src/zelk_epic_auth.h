@@ -36,19 +36,17 @@ class EpicAuth {
   // created; the next call then tries again, which EOS refuses once it was initialised. After a
   // shutdown it is true, and there is no platform.
   bool InitEpic(const BaseParams& params);
-  // Drives EOS; nothing without a platform.
-  void Tick();
   // Releases the platform for good, and forgets the tokens. What EOS has not answered is still to
   // be answered.
   void ShutDown();
 
   EOS_HPlatform platform() const {
-    EosLock::AssertHeld();
+    eos_lock.AssertHeld();
     return epic_platform_handle_;
   }
   // The signed-in account's text; empty when nobody is signed in.
   const std::string& account_id() const {
-    EosLock::AssertHeld();
+    eos_lock.AssertHeld();
     return epic_account_id_;
   }
 
@@ -99,15 +97,13 @@ class EpicAuth {
 
   bool FetchAuthInterface();
   void IssueFirstLogin(Pending<LoginClientData> client_data);
-  void RegisterForConnect();
   void IssueDefaultLogin(Pending<LoginClientData> client_data);
   void StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id);
-  bool IssueConnectLogin(const EOS_Auth_Token& token, Pending<LoginRequest>& request);
+  void EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result);
   void EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
-                         const std::string& result_text);
+                         const std::string& name);
   std::string CopyDisplayName();
   void CommitLogin(const BaseParams& params, const std::string& nickname);
-  void ClearLogin();
 
   bool init_ = false;
   EOS_HConnect epic_connect_handle_ = nullptr;

@@ -10,8 +10,8 @@ namespace zelk {
 
 // Runs `action`. When it throws, a line says so and `answer` answers the request, if one is known
 // that still waits for its answer.
-template <class Action, class Answer>
-void AtBoundary(const char* function, Action action, Answer answer) noexcept {
+template <class Action, class Answer = decltype([] {})>
+void AtBoundary(const char* function, Action action, Answer answer = {}) noexcept {
   try {
     action();
     return;
@@ -25,12 +25,6 @@ void AtBoundary(const char* function, Action action, Answer answer) noexcept {
   } catch (...) {
     ZELK_LOG_AS(function, kLogError, "the request could not be answered");
   }
-}
-
-// The same where no request waits for an answer.
-template <class Action>
-void AtBoundary(const char* function, Action action) noexcept {
-  AtBoundary(function, action, [] {});
 }
 
 }  // namespace zelk

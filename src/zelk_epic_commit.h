@@ -1,6 +1,8 @@
 // Handing a finished result to the core's task queue.
 #pragma once
 
+#include <type_traits>
+
 #include "core_contract/base_params.h"
 #include "core_contract/results.h"
 #include "core_contract/sdk_string.h"
@@ -8,36 +10,28 @@
 
 namespace zelk {
 
-// Where the core expects each type of result, and with which flag.
+// Where the core expects each type of result.
 template <class Result>
-struct Observer;
+inline constexpr unsigned int kObserverId = 0;
 template <>
-struct Observer<AuthResult> {
-  static constexpr unsigned int kId = 101;
-  static constexpr bool kFlag = true;
-};
+inline constexpr unsigned int kObserverId<AuthResult> = 101;
 template <>
-struct Observer<BaseResult> {
-  static constexpr unsigned int kId = 105;
-  static constexpr bool kFlag = true;
-};
+inline constexpr unsigned int kObserverId<BaseResult> = 105;
 template <>
-struct Observer<AuthPluginResult> {
-  static constexpr unsigned int kId = 106;
-  static constexpr bool kFlag = false;
-};
+inline constexpr unsigned int kObserverId<AuthPluginResult> = 106;
 template <>
-struct Observer<FriendResult> {
-  static constexpr unsigned int kId = 202;
-  static constexpr bool kFlag = true;
-};
+inline constexpr unsigned int kObserverId<FriendResult> = 202;
+
+// The flag of the commit: true for all but a login's success.
+template <class Result>
+inline constexpr bool kCommitFlag = !std::is_same_v<Result, AuthPluginResult>;
 
 // Commits `result` as an answer to the request `params`.
 template <class Result>
 void Commit(const BaseParams& params, const Result& result) {
   const SdkString seq_id(params.seq_id);
-  InnerObserverHolder<Result>::CommitToTaskQueue(result, Observer<Result>::kId, seq_id,
-                                                 Observer<Result>::kFlag);
+  InnerObserverHolder<Result>::CommitToTaskQueue(result, kObserverId<Result>, seq_id,
+                                                 kCommitFlag<Result>);
 }
 
 }  // namespace zelk

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cassert>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -15,69 +17,55 @@ namespace zelk {
 // EpicAuth, a context that EOS holds, or a page of friends.
 //
 // A ticket lock: who comes draws the next ticket and enters when its turn has come, so nobody is
-// overtaken. A thread that holds the lock may take it again.
+// overtaken. A thread that holds it may take it again. Taken by the standard library's guards, and
+// by a WorkerStep.
 class EosLock {
  public:
-  // For an entry point, and so for everything that EOS runs inside a tick.
-  class EntryPointGuard {
-   public:
-    EntryPointGuard();
-    ~EntryPointGuard();
-    EntryPointGuard(const EntryPointGuard&) = delete;
-    EntryPointGuard& operator=(const EntryPointGuard&) = delete;
-  };
+  void lock();
+  // Enters only when nobody is inside and nobody waits. False when that was not so for `patience`.
+  bool try_lock_for(std::chrono::milliseconds patience);
+  void unlock();
 
-  // For one step of a worker: one EOS call. Of all workers only one at a time draws a ticket, so a
-  // tick that arrives waits for one EOS call of one worker at the most.
-  class WorkerGuard {
-   public:
-    WorkerGuard();
-    ~WorkerGuard();
-    WorkerGuard(const WorkerGuard&) = delete;
-    WorkerGuard& operator=(const WorkerGuard&) = delete;
-
-    // Between two EOS calls of one step: lets who waits go first. What was checked before it may
-    // hold no longer.
-    void GiveWay();
-
-   private:
-    std::unique_lock<std::mutex> only_worker_;  // unlocked after the guard has left
-  };
-
-  // For the shutdown, which must return even when the process is ending: a worker that the system
-  // has stopped inside EOS never leaves. Gives up after some seconds.
-  class ShutdownGuard {
-   public:
-    ShutdownGuard();
-    ~ShutdownGuard();
-    ShutdownGuard(const ShutdownGuard&) = delete;
-    ShutdownGuard& operator=(const ShutdownGuard&) = delete;
-
-    // False when it gave up: EOS must not be called, and nothing that the lock protects be touched.
-    bool holds() const { return holds_; }
-
-   private:
-    bool holds_;
-  };
-
-  // Checks, in builds with assertions, that the calling thread holds the lock.
-  static void AssertHeld() { assert(IsHeldByThisThread()); }
+  bool IsHeldByThisThread() const;
+  // Checks it, in builds with assertions.
+  void AssertHeld() const { assert(IsHeldByThisThread()); }
+  // Whether somebody waits for the calling thread, which is inside.
+  bool IsWaitedFor() const;
 
  private:
-  static bool IsHeldByThisThread();
-  static bool EnterAgain();
-  static void Enter();
-  static bool TryEnter();
-  static void Entered();
-  static bool SpinUntilTurnOf(uint32_t ticket);
-  static void SleepUntilTurnOf(uint32_t ticket);
-  static void Leave();
+  friend class WorkerStep;
 
-  static constinit std::atomic<uint32_t> next_ticket_;
-  static constinit std::atomic<uint32_t> turn_;      // the ticket that may enter
-  static constinit std::atomic<uint32_t> sleepers_;  // threads that sleep until their turn
-  static std::atomic<std::thread::id> owner_;
-  static constinit int depth_;  // how often the owner has taken it; the owner's only
+  bool EnterAgain();
+  void Enter();
+  bool SpinUntilTurnOf(uint32_t ticket) const;
+  void SleepUntilTurnOf(uint32_t ticket);
+
+  std::atomic<uint32_t> next_ticket_{0};
+  std::atomic<uint32_t> turn_{0};      // the ticket that may enter
+  std::atomic<uint32_t> sleepers_{0};  // threads that sleep until their turn
+  std::mutex sleep_;
+  std::condition_variable turn_changed_;
+  std::atomic<std::thread::id> owner_{};
+  int depth_ = 0;           // how often the owner has taken it; the owner's only
+  std::mutex only_worker_;  // the worker's that has a ticket
+};
+
+// The one of the process. Leaked, so never destroyed: a worker may still run when the process ends.
+extern EosLock& eos_lock;
+
+// Holds the lock for one step of a worker: one EOS call, or two with GiveWay between them. Of all
+// workers only one at a time draws a ticket, so a tick that arrives waits for one EOS call of one
+// worker at the most.
+class WorkerStep {
+ public:
+  WorkerStep();
+
+  // Lets who waits go first. What was checked before may hold no longer.
+  void GiveWay();
+
+ private:
+  std::unique_lock<std::mutex> only_worker_;  // given back last
+  std::unique_lock<EosLock> eos_;
 };
 
 }  // namespace zelk

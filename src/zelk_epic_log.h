@@ -51,18 +51,18 @@ consteval const char* BaseName(const char* path) {
 // A line of the operation `function`, for a step of it that is a function of its own. A line never
 // fails: what the logger throws is dropped. Arguments that log themselves are computed beforehand.
 #define ZELK_LOG_AS(function, level, ...)                                                   \
-  do {                                                                                      \
+  [&]() noexcept {                                                                          \
     try {                                                                                   \
       ::zelk::Log::GetInstance()->OutputLog(level, ::zelk::kLogTag, false, false,           \
                                             ::zelk::BaseName(__FILE__), function, __LINE__, \
                                             __VA_ARGS__);                                   \
     } catch (...) {                                                                         \
     }                                                                                       \
-  } while (false)
+  }()
 
 // A line of the function it stands in.
 #define ZELK_LOG(level, ...)                                              \
-  do {                                                                    \
+  [&]() noexcept {                                                        \
     static constexpr ::zelk::QualifiedName zelk_function(ZELK_SIGNATURE); \
     ZELK_LOG_AS(zelk_function.text, level, __VA_ARGS__);                  \
-  } while (false)
+  }()

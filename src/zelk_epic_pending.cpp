@@ -33,15 +33,8 @@ void* InFlight::HandOver(EosCall call, Pending<PendingContext> context) noexcept
   return handed_over;
 }
 
-PendingContext* InFlight::Find(EosCall call, const void* client_data) noexcept {
-  EosLock::AssertHeld();
-  PendingContext* context = *BucketOf(client_data);
-  while (context != nullptr && context != client_data) context = context->next_in_bucket_;
-  return context != nullptr && context->call_ == call ? context : nullptr;
-}
-
 void InFlight::Insert(PendingContext* context) noexcept {
-  EosLock::AssertHeld();
+  eos_lock.AssertHeld();
   PendingContext** const bucket = BucketOf(context);
   context->next_in_bucket_ = *bucket;
   *bucket = context;
@@ -51,21 +44,23 @@ void InFlight::Insert(PendingContext* context) noexcept {
   newest_ = context;
 }
 
-void InFlight::Remove(PendingContext* context) noexcept {
-  PendingContext** link = BucketOf(context);
-  while (*link != context) link = &(*link)->next_in_bucket_;
+PendingContext* InFlight::Remove(EosCall call, const void* client_data) noexcept {
+  eos_lock.AssertHeld();
+  PendingContext** link = BucketOf(client_data);
+  while (*link != nullptr && *link != client_data) link = &(*link)->next_in_bucket_;
+  PendingContext* const context = *link;
+  if (context == nullptr || context->call_ != call) return nullptr;
   *link = context->next_in_bucket_;
   (context->older_ != nullptr ? context->older_->newer_ : oldest_) = context->newer_;
   (context->newer_ != nullptr ? context->newer_->older_ : newest_) = context->older_;
+  return context;
 }
 
 void InFlight::AnswerAfterShutdown() noexcept {
   while (oldest_ != nullptr) {
-    PendingContext* const context = oldest_;
-    Remove(context);
+    const Pending<PendingContext> context(Remove(oldest_->call_, oldest_));
     context->completions_owed_ = 0;
-    const Pending<PendingContext> owned(context);
-    const auto answer = [context] { context->AnswerAfterShutdown(); };
+    const auto answer = [&context] { context->AnswerAfterShutdown(); };
     AtBoundary("zelk::InFlight::AnswerAfterShutdown", answer, answer);
   }
 }

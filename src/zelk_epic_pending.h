@@ -69,11 +69,8 @@ class InFlight {
   template <class Context>
   static Pending<Context> Reclaim(EosCall call, const void* client_data,
                                   bool completes_again) noexcept {
-    PendingContext* const context = Find(call, client_data);
-    if (context != nullptr) {
-      Remove(context);
-      if (!completes_again) --context->completions_owed_;
-    }
+    PendingContext* const context = Remove(call, client_data);
+    if (context != nullptr && !completes_again) --context->completions_owed_;
     return Pending<Context>(static_cast<Context*>(context));
   }
 
@@ -89,9 +86,8 @@ class InFlight {
   friend struct ClearAndFree;
 
   static PendingContext** BucketOf(const void* client_data) noexcept;
-  static PendingContext* Find(EosCall call, const void* client_data) noexcept;
   static void Insert(PendingContext* context) noexcept;
-  static void Remove(PendingContext* context) noexcept;
+  static PendingContext* Remove(EosCall call, const void* client_data) noexcept;
 
   static constinit PendingContext* oldest_;
   static constinit PendingContext* newest_;

@@ -1,7 +1,12 @@
-// The parameters of a login request, and the credentials that EOS is handed out of them.
+// The parameters of a login request: login modes, permissions, and the credentials that EOS is
+// handed out of them.
 #pragma once
 
-#include "auth/login_tables.h"
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+
 #include "core_contract/json.h"
 #include "core_contract/login_parameters.h"
 #include "eos_auth_types.h"
@@ -9,8 +14,23 @@
 
 namespace zelk {
 
-inline bool HasLoginMode(const JSONReaderParse& parameters) {
-  return parameters.IsObject() && parameters.HasMember(kLoginModeKey);
+// A login mode, and where its credentials come from.
+struct LoginMode {
+  std::string_view word;
+  EOS_ELoginCredentialType type;
+  const char* id_key;     // the member that becomes the credentials' Id; null when they have none
+  const char* token_key;  // likewise their Token
+};
+
+#define ZELK_ROW(word, type, id_key, token_key) \
+  LoginMode{word, EOS_ELoginCredentialType::type, id_key, token_key},
+inline constexpr std::array kLoginModes{ZELK_LOGIN_MODES(ZELK_ROW)};
+#undef ZELK_ROW
+
+// Any other word goes to EOS as it is, without credentials: EOS says what is wrong with it.
+inline LoginMode FindLoginMode(std::string_view word) {
+  const auto row = std::ranges::find(kLoginModes, word, &LoginMode::word);
+  return row != kLoginModes.end() ? *row : LoginMode{};
 }
 
 // The first of the mode's keys that the parameters lack, or null.
@@ -19,6 +39,15 @@ inline const char* MissingKey(const LoginMode& mode, const JSONReaderParse& para
     if (key != nullptr && !parameters.HasMember(key)) return key;
   }
   return nullptr;
+}
+
+// The bit of a permission word; none for a word that is no permission.
+inline EOS_EAuthScopeFlags ScopeFlagOf(std::string_view word) {
+#define ZELK_ROW(permission, scope_flag) \
+  if (word == permission) return EOS_EAuthScopeFlags::scope_flag;
+  ZELK_PERMISSIONS(ZELK_ROW)
+#undef ZELK_ROW
+  return EOS_EAuthScopeFlags::EOS_AS_NoFlags;
 }
 
 // The options of EOS_Auth_Login, the credentials that they point to, and the texts that those point
@@ -40,15 +69,17 @@ class LoginCredentials {
   const EOS_Auth_LoginOptions& options() const { return options_; }
 
  private:
-  // Null when there is no such member for the mode.
-  static const char* Read(const JSONReaderParse& parameters, const char* key, SecretText& secret) {
+  // Null when the mode has no such member.
+  static const char* Read(const JSONReaderParse& parameters, const char* key, std::string& text) {
     if (key == nullptr) return nullptr;
-    parameters[key].Convert(secret.text(), false);
-    return secret.text().c_str();
+    parameters[key].Convert(text, false);
+    return text.c_str();
   }
 
-  SecretText id_;
-  SecretText token_;
+  std::string id_;
+  WipeAtEnd wipe_id_{id_};
+  std::string token_;
+  WipeAtEnd wipe_token_{token_};
   EOS_Auth_Credentials credentials_;
   EOS_Auth_LoginOptions options_;
 };

@@ -10,23 +10,16 @@
 
 namespace zelk {
 
-// The copy of a login's request. From OweAnswer on it owes the core one answer: whoever ends the
-// request gives it, and if nobody could, the copy does as it is cleared.
+// The copy of a login's request. Once it is handed to EOS it owes the core one answer: whoever ends
+// the request gives it, and if nobody could, the copy does as it is cleared.
 struct LoginRequest final : PendingContext {
   explicit LoginRequest(const BaseParams& request) : params(request) {}
-
-  void OweAnswer() { owes_answer_ = true; }
-  // False once it was answered: a completion that comes again finds nothing left to do.
-  bool owes_answer() const { return owes_answer_; }
-  void Answered() { owes_answer_ = false; }
 
   void AnswerAfterShutdown() override;
   void Clear() noexcept override;
 
   BaseParams params;
-
- private:
-  bool owes_answer_ = false;
+  bool owes_answer = false;
 };
 
 // The request of a completion. Null, too, for one that was answered before EOS completed it again.
@@ -34,7 +27,7 @@ inline Pending<LoginRequest> ReclaimRequest(EosCall call, const void* client_dat
                                             EOS_EResult result) {
   auto request = InFlight::Reclaim<LoginRequest>(call, client_data,
                                                  result == EOS_EResult::EOS_OperationWillRetry);
-  if (request != nullptr && !request->owes_answer()) request.reset();
+  if (request != nullptr && !request->owes_answer) request.reset();
   return request;
 }
 
@@ -46,11 +39,6 @@ struct LoginClientData final : PendingContext {
   void Clear() noexcept override {
     login_options_.reset();
     base_params_.reset();
-  }
-
-  bool HasDefaultLogin() const {
-    return login_options_ != nullptr && login_options_->options().Credentials->Type !=
-                                            EOS_ELoginCredentialType::EOS_LCT_PersistentAuth;
   }
 
   std::unique_ptr<LoginCredentials> login_options_;  // null once the second attempt was made

@@ -48,19 +48,6 @@ inline const char* CacheDirectory() {
   return cache_directory;
 }
 
-inline EOS_InitializeOptions InitializeOptions(const PlatformConfig& config) {
-  return {
-      .ApiVersion = 3,
-      .AllocateMemoryFunction = nullptr,
-      .ReallocateMemoryFunction = nullptr,
-      .ReleaseMemoryFunction = nullptr,
-      .ProductName = config.product_name.c_str(),
-      .ProductVersion = config.product_version.c_str(),
-      .Reserved = nullptr,
-      .SystemInitializeOptions = nullptr,
-  };
-}
-
 inline EOS_Platform_Options PlatformOptions(const PlatformConfig& config) {
   EOS_Platform_Options options{};
   options.ApiVersion = 7;

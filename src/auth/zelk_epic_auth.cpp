@@ -1,13 +1,11 @@
 #include "zelk_epic_auth.h"
 
+#include <limits>
 #include <memory>
 #include <utility>
 
-#include "auth/eos_values.h"
-#include "auth/log_levels.h"
 #include "auth/login_credentials.h"
 #include "auth/login_request.h"
-#include "auth/login_tables.h"
 #include "auth/platform_options.h"
 #include "core_contract/json.h"
 #include "core_contract/login_parameters.h"
@@ -32,11 +30,26 @@ constexpr char kChannel[] = "Epic";
 constexpr int32_t kChannelId = 24;
 
 // The operations whose lines are written by more than one function.
-constexpr char kInitEpicFunction[] = "zelk::EpicAuth::InitEpic";
 constexpr char kLoginFunction[] = "zelk::EpicAuth::Login";
 constexpr char kLoginCompleteFunction[] = "zelk::EpicAuth::LoginCompleteCallbackFn";
 constexpr char kConnectLoginFunction[] = "zelk::EpicAuth::ConnectLogin";
 constexpr char kFinishFunction[] = "zelk::EpicAuth::OnEpicPlatfromGetUserInfoFinish";
+
+const char* TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
+
+LogLevel SdkLevel(EOS_ELogLevel level) {
+  if (level == EOS_ELogLevel::EOS_LOG_Warning) return kLogWarning;
+  const bool is_error =
+      level == EOS_ELogLevel::EOS_LOG_Fatal || level == EOS_ELogLevel::EOS_LOG_Error;
+  return is_error ? kLogError : kLogInfo;
+}
+
+// Truncated toward zero; what no unsigned number can hold becomes the nearest that can.
+uint64_t WholeSeconds(double seconds) {
+  constexpr double kEnd = 18446744073709551616.0;  // 2 to the 64th
+  if (!(seconds > 0)) return 0;
+  return seconds < kEnd ? static_cast<uint64_t>(seconds) : std::numeric_limits<uint64_t>::max();
+}
 
 MMKV* Store() { return MMKV::defaultMMKV(kMmkvSingleProcess, nullptr); }
 
@@ -57,17 +70,14 @@ void EndWithNullPlatform(const BaseParams& params) {
 // --- what becomes of a login that no step of it ends ---
 
 void LoginRequest::AnswerAfterShutdown() {
-  if (!owes_answer_) return;
-  EndWithNullPlatform(params);
-  Answered();
+  if (owes_answer) EndWithNullPlatform(params);
+  owes_answer = false;
 }
 
 void LoginRequest::Clear() noexcept {
-  if (owes_answer_) {
-    AtBoundary("zelk::LoginRequest::Clear",
-               [this] { CommitLoginFailure(params, kResultUnknownError); });
-    Answered();
-  }
+  const auto answer = [this] { CommitLoginFailure(params, kResultUnknownError); };
+  if (owes_answer) AtBoundary("zelk::LoginRequest::Clear", answer);
+  owes_answer = false;
   Wipe(params.extra_json);
 }
 
@@ -87,7 +97,7 @@ EpicAuth* EpicAuth::GetInstance() {
 
 void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message) {
   if (message == nullptr || message->Level == EOS_ELogLevel::EOS_LOG_Off) return;
-  ZELK_LOG(SdkLogLevel(message->Level), "[EOS SDK] %s: %s", TextOrEmpty(message->Category),
+  ZELK_LOG(SdkLevel(message->Level), "[EOS SDK] %s: %s", TextOrEmpty(message->Category),
            TextOrEmpty(message->Message));
 }
 
@@ -108,17 +118,6 @@ std::string IdText(const char* function, Id id,
   }
   buffer[kSize - 1] = '\0';
   return buffer;
-}
-
-// EOS works on without it when this fails.
-void BridgeEosLog() {
-  ZELK_LOG_AS(kInitEpicFunction, kLogInfo, "Call EOS_Logging_SetCallback");
-  if (EOS_Logging_SetCallback(&ZELK_EOSSDKLoggingCallback) != EOS_EResult::EOS_Success) {
-    ZELK_LOG_AS(kInitEpicFunction, kLogError, "EOS_Logging_SetCallback return failed!");
-    return;
-  }
-  ZELK_LOG_AS(kInitEpicFunction, kLogInfo, "Call EOS_Logging_SetLogLevel");
-  EOS_Logging_SetLogLevel(EOS_ELogCategory::EOS_LC_ALL_CATEGORIES, EOS_ELogLevel::EOS_LOG_Verbose);
 }
 
 }  // namespace
@@ -168,14 +167,23 @@ bool EpicAuth::InitEpic(const BaseParams& params) {
            init_ ? "true" : "false");
   if (init_) return true;
   const PlatformConfig config;
-  const EOS_InitializeOptions initialize = InitializeOptions(config);
+  const EOS_InitializeOptions initialize{.ApiVersion = 3,
+                                         .ProductName = config.product_name.c_str(),
+                                         .ProductVersion = config.product_version.c_str()};
   EncryptionKey();  // takes memory, and EOS cannot be initialised a second time
   ZELK_LOG(kLogInfo, "Call EOS_Initialize");
   if (EOS_Initialize(&initialize) != EOS_EResult::EOS_Success) {
     ZELK_LOG(kLogError, "Epic SDK Init Failed!");
     return false;
   }
-  BridgeEosLog();
+  ZELK_LOG(kLogInfo, "Call EOS_Logging_SetCallback");
+  if (EOS_Logging_SetCallback(&ZELK_EOSSDKLoggingCallback) == EOS_EResult::EOS_Success) {
+    ZELK_LOG(kLogInfo, "Call EOS_Logging_SetLogLevel");
+    EOS_Logging_SetLogLevel(EOS_ELogCategory::EOS_LC_ALL_CATEGORIES,
+                            EOS_ELogLevel::EOS_LOG_Verbose);
+  } else {
+    ZELK_LOG(kLogError, "EOS_Logging_SetCallback return failed!");  // EOS works on without it
+  }
   const EOS_Platform_Options create = PlatformOptions(config);
   ZELK_LOG(kLogInfo, "Call EOS_Platform_Create");
   epic_platform_handle_ = EOS_Platform_Create(&create);
@@ -186,10 +194,6 @@ bool EpicAuth::InitEpic(const BaseParams& params) {
   ZELK_LOG(kLogInfo, "Epic SDK init success");
   init_ = true;
   return true;
-}
-
-void EpicAuth::Tick() {
-  if (epic_platform_handle_ != nullptr) EOS_Platform_Tick(epic_platform_handle_);
 }
 
 // In this order. The platform counts as gone before its release begins, so that a completion that
@@ -221,16 +225,20 @@ bool EpicAuth::FetchAuthInterface() {
 
 namespace {
 
+bool HasLoginMode(const JSONReaderParse& parameters) {
+  return parameters.IsObject() && parameters.HasMember(kLoginModeKey);
+}
+
 // The request's own parameters; for an automatic login without any, those of the last successful
 // login.
-void ReadLoginParameters(const BaseParams& params, SecretText& parameters) {
-  parameters.text() = params.extra_json;
+void ReadLoginParameters(const BaseParams& params, std::string& parameters) {
+  parameters = params.extra_json;
   if (params.method_id == kMethodIDAuthLogin) {
     Store()->removeValueForKey(kStoredParametersKey);
   } else if (params.method_id == kMethodIDAuthAutoLogin &&
-             !HasLoginMode(JSONReaderParse(parameters.text()))) {
-    Wipe(parameters.text());
-    Store()->getString(kStoredParametersKey, parameters.text());
+             !HasLoginMode(JSONReaderParse(parameters))) {
+    Wipe(parameters);
+    Store()->getString(kStoredParametersKey, parameters);
   }
 }
 
@@ -242,12 +250,11 @@ EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& perm
   SplitString(SdkString(permissions), SdkString(","), words, true);
   for (const SdkString& word : words) {
     ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], permission:%s", seq_id, word.c_str());
-    if (const Permission* permission = FindPermission(word.c_str())) {
-      flags |= permission->scope_flag;
-    } else {
-      ZELK_LOG_AS(kLoginFunction, kLogWarning, "[%s], epic invalid permission: %s", seq_id,
-                  word.c_str());
-    }
+    const EOS_EAuthScopeFlags flag = ScopeFlagOf(word.c_str());
+    flags |= flag;
+    if (flag != EOS_EAuthScopeFlags::EOS_AS_NoFlags) continue;
+    ZELK_LOG_AS(kLoginFunction, kLogWarning, "[%s], epic invalid permission: %s", seq_id,
+                word.c_str());
   }
   return flags;
 }
@@ -273,18 +280,6 @@ struct ReleaseAuthToken {
     EOS_Auth_Token_Release(token);
   }
 };
-using AuthToken = std::unique_ptr<EOS_Auth_Token, ReleaseAuthToken>;
-
-// A copy without a token counts as failed, whatever EOS says.
-EOS_EResult CopyAuthToken(EOS_HAuth auth, EOS_EpicAccountId account_id, AuthToken& token) {
-  const EOS_Auth_CopyUserAuthTokenOptions options{.ApiVersion = 1};
-  EOS_Auth_Token* copy = nullptr;
-  ZELK_LOG_AS(kConnectLoginFunction, kLogInfo, "Call EOS_Auth_CopyUserAuthToken");
-  const EOS_EResult result = EOS_Auth_CopyUserAuthToken(auth, &options, account_id, &copy);
-  token.reset(copy);
-  return result == EOS_EResult::EOS_Success && copy == nullptr ? EOS_EResult::EOS_UnexpectedError
-                                                               : result;
-}
 
 struct ReleaseUserInfo {
   void operator()(EOS_UserInfo* user_info) const {
@@ -298,9 +293,10 @@ struct ReleaseUserInfo {
 void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
   const char* seq_id = params.seq_id.c_str();
   ZELK_LOG(kLogInfo, "[%s], EpicAuth begin login", seq_id);
-  SecretText extra_json;
+  std::string extra_json;
+  const WipeAtEnd wipe(extra_json);
   ReadLoginParameters(params, extra_json);
-  const JSONReaderParse parameters(extra_json.text());
+  const JSONReaderParse parameters(extra_json);
   if (!HasLoginMode(parameters)) return LoginEndWithInvalidArgument(params, kLoginModeKey);
   const EOS_EAuthScopeFlags scope_flags = ScopeFlags(params, permissions);
   if (!InitEpic(params)) {
@@ -311,7 +307,7 @@ void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
   std::string login_mode;
   parameters[kLoginModeKey].Convert(login_mode, false);
   ZELK_LOG(kLogInfo, "[%s], login_mode:%s", seq_id, login_mode.c_str());
-  const LoginMode& mode = FindLoginMode(login_mode);
+  const LoginMode mode = FindLoginMode(login_mode);
   if (const char* key = MissingKey(mode, parameters)) {
     return LoginEndWithInvalidArgument(params, key);
   }
@@ -319,7 +315,11 @@ void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
   client_data->login_options_ = std::make_unique<LoginCredentials>(mode, parameters, scope_flags);
   client_data->base_params_ = MakePending<LoginRequest>(params);
   IssueFirstLogin(std::move(client_data));
-  RegisterForConnect();
+  epic_connect_handle_ = EOS_Platform_GetConnectInterface(epic_platform_handle_);
+  if (auth_expiration_notify_id_ != 0 || epic_connect_handle_ == nullptr) return;
+  const EOS_Connect_AddNotifyAuthExpirationOptions options{.ApiVersion = 1};
+  auth_expiration_notify_id_ = EOS_Connect_AddNotifyAuthExpiration(
+      epic_connect_handle_, &options, nullptr, &ConnectAuthExpirationCb);
 }
 
 // With the persistent authorisation that EOS kept from an earlier sign-in; what the request brought
@@ -333,18 +333,10 @@ void EpicAuth::IssueFirstLogin(Pending<LoginClientData> client_data) {
       .ScopeFlags = client_data->login_options_->options().ScopeFlags};
   ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], call EOS_Auth_Login",
               client_data->base_params_->params.seq_id.c_str());
-  client_data->base_params_->OweAnswer();
+  client_data->base_params_->owes_answer = true;
   EOS_Auth_Login(epic_auth_handle_, &options,
                  InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
                  &LoginCompleteCallbackFn);
-}
-
-void EpicAuth::RegisterForConnect() {
-  epic_connect_handle_ = EOS_Platform_GetConnectInterface(epic_platform_handle_);
-  if (auth_expiration_notify_id_ != 0 || epic_connect_handle_ == nullptr) return;
-  const EOS_Connect_AddNotifyAuthExpirationOptions options{.ApiVersion = 1};
-  auth_expiration_notify_id_ = EOS_Connect_AddNotifyAuthExpiration(
-      epic_connect_handle_, &options, nullptr, &ConnectAuthExpirationCb);
 }
 
 void EpicAuth::LoginEndWithInvalidArgument(const BaseParams& params,
@@ -365,30 +357,30 @@ void EpicAuth::LoginEndWithThirdError(const BaseParams& params, int32_t err_code
   Commit(params, result);
 }
 
+void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result) {
+  const std::string name = EpicEResultToString(result);
+  EndWithThirdError(std::move(request), result, name);
+}
+
 void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
-                                 const std::string& result_text) {
-  LoginEndWithThirdError(request->params, static_cast<int32_t>(result), result_text);
-  request->Answered();
+                                 const std::string& name) {
+  LoginEndWithThirdError(request->params, static_cast<int32_t>(result), name);
+  request->owes_answer = false;
 }
 
 // --- the Auth login ---
 
 void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data) {
   AtBoundary(kLoginCompleteFunction, [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for LoginCompleteCallbackFn");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for LoginCompleteCallbackFn");
     auto client_data = InFlight::Reclaim<LoginClientData>(EosCall::kAuthLogin, data->ClientData,
                                                           LoginCompletesAgain(data->ResultCode));
     const std::string account = EpicAccountIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "Login complete, result:%d user id:%s msg:%s",
              static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
-    if (client_data == nullptr) {
-      ZELK_LOG(kLogError, "LoginCompleteCallbackFn ClientData is null, memory leak");
-      return;
-    }
+    if (client_data == nullptr)
+      return ZELK_LOG(kLogError, "LoginCompleteCallbackFn ClientData is null, memory leak");
     if (client_data->base_params_ == nullptr) {
       ZELK_LOG(kLogError, "LoginCompleteCallbackFn base_params_ is null, memory leak");
       return ReleaseLoginClientData(std::move(client_data));
@@ -401,7 +393,8 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
       return auth->ConnectLogin(data->LocalUserId, std::move(request));
     }
     LogWhatThePlayerHasToDo(*data);
-    if (client_data->HasDefaultLogin()) return auth->IssueDefaultLogin(std::move(client_data));
+    if (client_data->login_options_ != nullptr)
+      return auth->IssueDefaultLogin(std::move(client_data));
     ZELK_LOG(kLogError, "Login Failed! Error Code:%d Msg:%s", static_cast<int>(data->ResultCode),
              result.c_str());
     auth->EndWithThirdError(std::move(client_data->base_params_), data->ResultCode, result);
@@ -423,15 +416,28 @@ void EpicAuth::IssueDefaultLogin(Pending<LoginClientData> client_data) {
 
 void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> request) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
-  AuthToken token;
-  EOS_EResult result = CopyAuthToken(epic_auth_handle_, account_id, token);
-  if (result == EOS_EResult::EOS_Success) {
+  const EOS_Auth_CopyUserAuthTokenOptions copy_options{.ApiVersion = 1};
+  EOS_Auth_Token* copy = nullptr;
+  ZELK_LOG(kLogInfo, "Call EOS_Auth_CopyUserAuthToken");
+  EOS_EResult result =
+      EOS_Auth_CopyUserAuthToken(epic_auth_handle_, &copy_options, account_id, &copy);
+  const std::unique_ptr<EOS_Auth_Token, ReleaseAuthToken> token(copy);
+  if (result == EOS_EResult::EOS_Success && token == nullptr) {
+    result = EOS_EResult::EOS_UnexpectedError;
+  } else if (result == EOS_EResult::EOS_Success) {
     StoreToken(*token, account_id);
-    if (IssueConnectLogin(*token, request)) return;
-    result = EOS_EResult::EOS_InvalidParameters;  // what EOS makes of a call without its interface
+    // What EOS makes of a call without its interface.
+    if (epic_connect_handle_ == nullptr) result = EOS_EResult::EOS_InvalidParameters;
   }
-  const std::string name = EpicEResultToString(result);
-  EndWithThirdError(std::move(request), result, name);
+  if (result != EOS_EResult::EOS_Success) return EndWithThirdError(std::move(request), result);
+  const EOS_Connect_Credentials credentials{.ApiVersion = 1,
+                                            .Token = token->AccessToken,
+                                            .Type = EOS_EExternalCredentialType::EOS_ECT_EPIC};
+  const EOS_Connect_LoginOptions options{.ApiVersion = 2, .Credentials = &credentials};
+  ZELK_LOG(kLogInfo, "Call EOS_Connect_Login");
+  EOS_Connect_Login(epic_connect_handle_, &options,
+                    InFlight::HandOver(EosCall::kConnectLogin, std::move(request)),
+                    &ConnectLoginCompleteCb);
 }
 
 void EpicAuth::StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id) {
@@ -447,34 +453,14 @@ void EpicAuth::StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account
               static_cast<double>(expires_in_), epic_account_id_.c_str());
 }
 
-// False, and the request stays the caller's, without a Connect interface.
-bool EpicAuth::IssueConnectLogin(const EOS_Auth_Token& token, Pending<LoginRequest>& request) {
-  if (epic_connect_handle_ == nullptr) return false;
-  const EOS_Connect_Credentials credentials{.ApiVersion = 1,
-                                            .Token = token.AccessToken,
-                                            .Type = EOS_EExternalCredentialType::EOS_ECT_EPIC};
-  const EOS_Connect_LoginOptions options{
-      .ApiVersion = 2, .Credentials = &credentials, .UserLoginInfo = nullptr};
-  ZELK_LOG_AS(kConnectLoginFunction, kLogInfo, "Call EOS_Connect_Login");
-  EOS_Connect_Login(epic_connect_handle_, &options,
-                    InFlight::HandOver(EosCall::kConnectLogin, std::move(request)),
-                    &ConnectLoginCompleteCb);
-  return true;
-}
-
 void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::ConnectLoginCompleteCb", [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for ConnectLoginCompleteCb");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for ConnectLoginCompleteCb");
     auto request = ReclaimRequest(EosCall::kConnectLogin, data->ClientData, data->ResultCode);
     local_product_userid_ = EpicProductIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
-    if (request == nullptr) {
-      ZELK_LOG(kLogError, "NULL ClientData for ConnectLoginCompleteCb");
-      return;
-    }
+    if (request == nullptr)
+      return ZELK_LOG(kLogError, "NULL ClientData for ConnectLoginCompleteCb");
     ZELK_LOG(kLogInfo, "Connect Login complete, result:%d localProductUserId:%s msg:%s",
              static_cast<int>(data->ResultCode), local_product_userid_.c_str(), result.c_str());
     EpicAuth* const auth = GetInstance();
@@ -495,10 +481,8 @@ void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackIn
 void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
                                  Pending<LoginRequest> request) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
-  if (epic_connect_handle_ == nullptr) {
-    const std::string name = EpicEResultToString(EOS_EResult::EOS_InvalidParameters);
-    return EndWithThirdError(std::move(request), EOS_EResult::EOS_InvalidParameters, name);
-  }
+  if (epic_connect_handle_ == nullptr)
+    return EndWithThirdError(std::move(request), EOS_EResult::EOS_InvalidParameters);
   const EOS_Connect_CreateUserOptions options{.ApiVersion = 1,
                                               .ContinuanceToken = continuance_token};
   ZELK_LOG(kLogInfo, "Call EOS_Connect_CreateUser");
@@ -510,20 +494,13 @@ void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
 void EOS_CALL
 EpicAuth::ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::ConnectCreateUserCompleteCb", [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for ConnectCreateUserCompleteCb");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for ConnectCreateUserCompleteCb");
     auto request = ReclaimRequest(EosCall::kConnectCreateUser, data->ClientData, data->ResultCode);
-    if (request == nullptr) {
-      ZELK_LOG(kLogError, "nullptr ClientData for ConnectCreateUserCompleteCb");
-      return;
-    }
+    if (request == nullptr)
+      return ZELK_LOG(kLogError, "nullptr ClientData for ConnectCreateUserCompleteCb");
     EpicAuth* const auth = GetInstance();
-    if (data->ResultCode != EOS_EResult::EOS_Success) {
-      const std::string name = EpicEResultToString(data->ResultCode);
-      return auth->EndWithThirdError(std::move(request), data->ResultCode, name);
-    }
+    if (data->ResultCode != EOS_EResult::EOS_Success)
+      return auth->EndWithThirdError(std::move(request), data->ResultCode);
     const std::string product_user = EpicProductIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "Connect Create User complete, result:%d local_product_userid:%s msg:%s",
@@ -535,10 +512,7 @@ EpicAuth::ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* 
 void EOS_CALL
 EpicAuth::ConnectAuthExpirationCb(const EOS_Connect_AuthExpirationCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::ConnectAuthExpirationCb", [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     const std::string product_user = EpicProductIdToString(data->LocalUserId);
     ZELK_LOG(kLogWarning, "Connect Auth Expiring - ProductUserId: %s", product_user.c_str());
   });
@@ -568,15 +542,11 @@ void EpicAuth::OnEpicPlatfromLoginSuccess(std::string local_product_userid,
 void EOS_CALL
 EpicAuth::QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::QueryUserInfoCompleteCallbackFn", [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for QueryUserInfoCompleteCallbackFn");
-      return;
-    }
+    if (data == nullptr)
+      return ZELK_LOG(kLogError, "NULL Data for QueryUserInfoCompleteCallbackFn");
     auto request = ReclaimRequest(EosCall::kQueryUserInfo, data->ClientData, data->ResultCode);
-    if (request == nullptr) {
-      ZELK_LOG(kLogError, "nullptr ClientData for QueryUserInfoCompleteCallbackFn");
-      return;
-    }
+    if (request == nullptr)
+      return ZELK_LOG(kLogError, "nullptr ClientData for QueryUserInfoCompleteCallbackFn");
     const std::string account = EpicAccountIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "Query UserInfo complete, result:%d local_user_id:%s msg:%s",
@@ -593,10 +563,8 @@ EpicAuth::QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallba
 }
 
 void EpicAuth::OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> request) {
-  if (request == nullptr) {
-    ZELK_LOG(kLogError, "null baseparams in OnEpicPlatfromGetUserInfoFinish");
-    return;
-  }
+  if (request == nullptr)
+    return ZELK_LOG(kLogError, "null baseparams in OnEpicPlatfromGetUserInfoFinish");
   ZELK_LOG(kLogInfo, "Query UserInfo finish, result:%d", ok ? 1 : 0);
   std::string nickname;
   if (ok) {
@@ -606,7 +574,7 @@ void EpicAuth::OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> re
     ZELK_LOG(kLogError, "Query UserInfo failed");
   }
   CommitLogin(request->params, nickname);
-  request->Answered();
+  request->owes_answer = false;
   if (request->params.method_id == kMethodIDAuthLogin) {
     Store()->set(request->params.extra_json, kStoredParametersKey);
   }
@@ -658,7 +626,7 @@ void EpicAuth::CommitLogin(const BaseParams& params, const std::string& nickname
   result.channel = kChannel;
   result.channelid = kChannelId;
   result.openid = epic_account_id_;
-  const WipeAtEnd tokens(result.channel_info);
+  const WipeAtEnd wipe(result.channel_info);
   result.channel_info = document.GetJsonString();
   if (params.method_id == kMethodIDAuthAutoLogin) {
     JSONWriter flags;
@@ -686,27 +654,20 @@ void EpicAuth::Logout(const BaseParams* params) {
     EOS_Auth_DeletePersistentAuth(epic_auth_handle_, &forget, nullptr,
                                   &DeletePersistentAuthCallback);
   }
-  ClearLogin();
-  BaseResult result(is_shut_down ? kResultNotInitialized : kResultSuccess);
-  result.method_id = params->method_id;
-  Commit(*params, result);
-}
-
-void EpicAuth::ClearLogin() {
   epic_account_id_.clear();
   Wipe(access_token_);
   local_product_userid_.clear();
   expires_in_ = 0;
   Wipe(refresh_token_);
   refresh_expires_in_ = 0;
+  BaseResult result(is_shut_down ? kResultNotInitialized : kResultSuccess);
+  result.method_id = params->method_id;
+  Commit(*params, result);
 }
 
 void EOS_CALL EpicAuth::LogoutCompleteCallbackFn(const EOS_Auth_LogoutCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::LogoutCompleteCallbackFn", [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     if (data->ResultCode == EOS_EResult::EOS_Success) {
       const std::string account = EpicAccountIdToString(data->LocalUserId);
       ZELK_LOG(kLogInfo, "[EOS SDK] Logout Success - User: %s", account.c_str());
@@ -722,14 +683,9 @@ void EOS_CALL EpicAuth::LogoutCompleteCallbackFn(const EOS_Auth_LogoutCallbackIn
 void EOS_CALL
 EpicAuth::DeletePersistentAuthCallback(const EOS_Auth_DeletePersistentAuthCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::DeletePersistentAuthCallback", [data] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-      return;
-    }
-    if (data->ResultCode == EOS_EResult::EOS_Success) {
-      ZELK_LOG(kLogInfo, "[EOS SDK] DeletePersistentAuth Success");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
+    if (data->ResultCode == EOS_EResult::EOS_Success)
+      return ZELK_LOG(kLogInfo, "[EOS SDK] DeletePersistentAuth Success");
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "[EOS SDK] DeletePersistentAuth Failed: %s", result.c_str());
   });

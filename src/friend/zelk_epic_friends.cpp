@@ -16,7 +16,6 @@
 #include "zelk_epic_commit.h"
 #include "zelk_epic_lock.h"
 #include "zelk_epic_log.h"
-#include "zelk_epic_no_destructor.h"
 #include "zelk_epic_pending.h"
 
 namespace zelk {
@@ -56,9 +55,6 @@ void Fail(const BaseParams& params, int32_t code, const char* message) {
 
 // The one copy of a request, for all contexts of its query, and the account that asked.
 struct FriendRequest : BaseParams {
-  FriendRequest(const BaseParams& params, const std::string& account)
-      : BaseParams(params), account_id(account) {}
-
   // Not after a logout, or a login of somebody else: what the player asked for before is not
   // answered with friends any more.
   bool IsOfSignedInAccount() const { return account_id == EpicAuth::GetInstance()->account_id(); }
@@ -68,23 +64,15 @@ struct FriendRequest : BaseParams {
 
 // The client data of EOS_Friends_QueryFriends.
 struct QueryFriendsContext final : PendingContext {
-  QueryFriendsContext(std::shared_ptr<const FriendRequest> request, EOS_EpicAccountId account_id,
-                      int32_t page_number, int32_t page_size, bool in_game)
-      : base_params(std::move(request)),
-        options(new EOS_Friends_QueryFriendsOptions{.ApiVersion = 1, .LocalUserId = account_id}),
-        page(page_number),
-        count(page_size),
-        is_in_game(in_game) {}
-
   void AnswerAfterShutdown() override {
     if (options != nullptr) Fail(*base_params, kResultNeedLogin, kInvalidAccount);
   }
 
   std::shared_ptr<const FriendRequest> base_params;
   std::unique_ptr<EOS_Friends_QueryFriendsOptions> options;  // null once the query has its answer
-  int32_t page;
-  int32_t count;
-  bool is_in_game;
+  int32_t page = 0;
+  int32_t count = 0;
+  bool is_in_game = false;
 };
 
 EpicFriend* EpicFriend::GetInstance() {
@@ -118,17 +106,6 @@ PageRange RangeOfPage(int32_t page, int32_t count, int32_t total) {
   return {.start = std::max<int64_t>(start, 0), .current = static_cast<int32_t>(end)};
 }
 
-int32_t FriendsCount(EOS_EpicAccountId local_user) {
-  const EOS_Friends_GetFriendsCountOptions options{.ApiVersion = 1, .LocalUserId = local_user};
-  return EOS_Friends_GetFriendsCount(epic_friends_handle, &options);
-}
-
-EOS_EFriendsStatus Status(EOS_EpicAccountId local_user, EOS_EpicAccountId friend_id) {
-  const EOS_Friends_GetStatusOptions options{
-      .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
-  return EOS_Friends_GetStatus(epic_friends_handle, &options);
-}
-
 // An invalid friend is left out.
 void AppendFriend(EOS_EpicAccountId local_user, int32_t index, PersonList& page) {
   const EOS_Friends_GetFriendAtIndexOptions options{
@@ -136,13 +113,14 @@ void AppendFriend(EOS_EpicAccountId local_user, int32_t index, PersonList& page)
   const EOS_EpicAccountId friend_id = EOS_Friends_GetFriendAtIndex(epic_friends_handle, &options);
   const bool valid = EOS_EpicAccountId_IsValid(friend_id) != EOS_FALSE;
   const std::string openid = EpicAuth::EpicAccountIdToString(friend_id);
-  if (!valid) {
-    ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "Friend ID: %s was invalid!", openid.c_str());
-    return;
-  }
+  if (!valid)
+    return ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "Friend ID: %s was invalid!",
+                       openid.c_str());
+  const EOS_Friends_GetStatusOptions status{
+      .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
   JSONWriter document;
   document.StartJsonConvert();
-  document.Convert("status", static_cast<int>(Status(local_user, friend_id)));
+  document.Convert("status", static_cast<int>(EOS_Friends_GetStatus(epic_friends_handle, &status)));
   document.EndJsonConvert();
   PersonInfo person;
   person.openid = openid;
@@ -181,9 +159,14 @@ void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t co
   }
   if (epic_friends_handle == nullptr) return Fail(params, kResultUnknownError, kNoFriendsInterface);
 
-  auto request = std::make_shared<const FriendRequest>(params, auth.account_id());
-  auto context =
-      MakePending<QueryFriendsContext>(std::move(request), account_id, page, count, is_in_game);
+  auto context = MakePending<QueryFriendsContext>();
+  context->base_params =
+      std::make_shared<const FriendRequest>(FriendRequest{params, auth.account_id()});
+  context->options.reset(
+      new EOS_Friends_QueryFriendsOptions{.ApiVersion = 1, .LocalUserId = account_id});
+  context->page = page;
+  context->count = count;
+  context->is_in_game = is_in_game;
   const EOS_Friends_QueryFriendsOptions* options = context->options.get();
   ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s",
            auth.account_id().c_str());
@@ -209,17 +192,12 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
   Pending<QueryFriendsContext> context;
   const auto complete = [data, &context] {
     ZELK_LOG(kLogError, "EpicFriend::QueryFriendsCompleteCallbackFn");
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     context = InFlight::Reclaim<QueryFriendsContext>(
         EosCall::kQueryFriends, data->ClientData,
         data->ResultCode == EOS_EResult::EOS_OperationWillRetry);
-    if (context == nullptr || context->options == nullptr) {
-      ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
-      return;
-    }
+    if (context == nullptr || context->options == nullptr)
+      return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
     if (!EndQuery(*data, *context)) return InFlight::Return(std::move(context));
     context->options.reset();
   };
@@ -252,7 +230,9 @@ bool EpicFriend::EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
     return is_final;
   }
   if (EpicAuth::GetInstance()->platform() == nullptr) return false;
-  const int32_t total = FriendsCount(data.LocalUserId);
+  const EOS_Friends_GetFriendsCountOptions options{.ApiVersion = 1,
+                                                   .LocalUserId = data.LocalUserId};
+  const int32_t total = EOS_Friends_GetFriendsCount(epic_friends_handle, &options);
   ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo, "LocalUserId %s , friend counts:%d",
               account.c_str(), total);
   const PageRange range = RangeOfPage(context.page, context.count, total);
@@ -291,8 +271,8 @@ struct DetailList {
   bool is_open = true;            // waits for its answer
 };
 
-// The pages that wait for their answer, the oldest first. Under the EOS lock.
-NoDestructor<std::list<std::shared_ptr<DetailList>>> open_pages;
+// The pages that wait for their answer, the oldest first. Under the EOS lock, and leaked like it.
+auto& open_pages = *new std::list<std::shared_ptr<DetailList>>;
 
 void CommitPage(DetailList& page) {
   FriendResult result(kResultSuccess);
@@ -313,7 +293,7 @@ void CommitPage(DetailList& page) {
 // due, by the tick, and after the shutdown. When there is not even the memory for a failure, the
 // page stays open and the next tick tries again.
 void AnswerIfDue(const std::shared_ptr<DetailList>& page) noexcept {
-  EosLock::AssertHeld();
+  eos_lock.AssertHeld();
   if (!page->is_open || !page->IsDue()) return;
   const auto answer = [&page] {
     if (!page->CanGoOn()) {
@@ -331,13 +311,13 @@ void AnswerIfDue(const std::shared_ptr<DetailList>& page) noexcept {
     page->is_open = false;
   };
   AtBoundary("zelk::EpicFriend::AnswerDuePages", answer, fail);
-  if (!page->is_open) open_pages->remove(page);
+  if (!page->is_open) open_pages.remove(page);
 }
 
 }  // namespace
 
 void EpicFriend::AnswerDuePages() noexcept {
-  for (auto next = open_pages->begin(); next != open_pages->end();) {
+  for (auto next = open_pages.begin(); next != open_pages.end();) {
     const std::shared_ptr<DetailList> page = *next++;  // an answer takes it out of the list
     AnswerIfDue(page);
   }
@@ -445,13 +425,12 @@ void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequ
                                              .total = total,
                                              .friends_info = page});
   // From here on the page owes the answer, and nothing throws.
-  open_pages->push_back(page);
+  open_pages.push_back(page);
   FriendsInfoThreadContext* const handed_over = context.release();
-  if (StartWorker(handed_over)) {
-    ZELK_LOG(kLogInfo, "[%s] SteamFriend::QueryFriends, Create thread failed, will run in thread.",
-             params->seq_id.c_str());
-    return;
-  }
+  if (StartWorker(handed_over))
+    return ZELK_LOG(kLogInfo,
+                    "[%s] SteamFriend::QueryFriends, Create thread failed, will run in thread.",
+                    params->seq_id.c_str());
   ZELK_LOG(kLogError, "[%s] SteamFriend::QueryFriends, Create thread failed, run in main thread.",
            params->seq_id.c_str());
   QueryFriendsInfoThreadProc(handed_over);
@@ -460,50 +439,27 @@ void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequ
 namespace {
 
 // Under the lock: what a worker finds here holds until its step ends or gives way.
-bool MayGoOn(const FriendsInfoThreadContext& context) {
-  return context.friends_info->is_open && context.friends_info->CanGoOn();
+bool MayGoOn(const FriendsInfoThreadContext& page) {
+  return page.friends_info->is_open && page.friends_info->CanGoOn();
 }
 
-// Under the lock. The worker commits nothing: the next tick does.
-void LeaveForTick(const FriendsInfoThreadContext& context, const char* failure) {
-  context.friends_info->failure = failure;
-}
-
-// The interface and the asking user, each in a step of its own.
-struct AskingUser {
-  EOS_HUserInfo user_info = nullptr;
-  EOS_EpicAccountId local_user = nullptr;
-};
-
-// False when the worker may not go on.
-bool PrepareAsking(FriendsInfoThreadContext& context, AskingUser& asking) {
-  constexpr uint64_t kLeastCapacity = 32;
-  PersonList details(std::max(kLeastCapacity, context.friends->size()));
-  {
-    const EosLock::WorkerGuard guard;
-    if (!MayGoOn(context)) return false;
-    context.friends_info->friends = std::move(details);
-    asking.user_info = EOS_Platform_GetUserInfoInterface(EpicAuth::GetInstance()->platform());
-    if (asking.user_info == nullptr) {
-      LeaveForTick(context, kNoUserInfoInterface);
-      return false;
-    }
-  }
-  const std::string& account_id = context.base_params->account_id;
-  EpicAuth::LogAccountIdFromString(account_id.c_str());
-  const EosLock::WorkerGuard guard;
-  if (!MayGoOn(context)) return false;
-  asking.local_user = EOS_EpicAccountId_FromString(account_id.c_str());
+// A step of the worker. False, and nothing was called, when it may not go on.
+template <class EosCalls>
+bool InStep(const FriendsInfoThreadContext& page, EosCalls call) {
+  const WorkerStep step;
+  if (!MayGoOn(page)) return false;
+  call();
   return true;
 }
 
 // One step for both EOS calls, with a way between them for a tick that waits. The line and the
 // memory come before it: a logger may be slow. False when the worker may not go on.
-bool AskForFriend(const FriendsInfoThreadContext& page, const AskingUser& asking,
-                  const PersonInfo& entry, EOS_UserInfo_OnQueryUserInfoCallback complete) {
+bool AskForFriend(const FriendsInfoThreadContext& page, EOS_HUserInfo user_info,
+                  EOS_EpicAccountId local_user, const PersonInfo& entry,
+                  EOS_UserInfo_OnQueryUserInfoCallback complete) {
   EpicAuth::LogAccountIdFromString(entry.openid.c_str());
-  auto context = MakePending<FriendUserInfoContext>(page, entry, asking.user_info);
-  EosLock::WorkerGuard guard;
+  auto context = MakePending<FriendUserInfoContext>(page, entry, user_info);
+  WorkerStep step;
   if (!MayGoOn(page)) return false;
   const EOS_EpicAccountId friend_id = EOS_EpicAccountId_FromString(entry.openid.c_str());
   if (friend_id == nullptr) {
@@ -511,14 +467,36 @@ bool AskForFriend(const FriendsInfoThreadContext& page, const AskingUser& asking
     page.friends_info->friends.push_back(std::move(context->person));
     return true;
   }
-  guard.GiveWay();
+  step.GiveWay();
   if (!MayGoOn(page)) return false;
   const EOS_UserInfo_QueryUserInfoOptions options{
-      .ApiVersion = 1, .LocalUserId = asking.local_user, .TargetUserId = friend_id};
-  EOS_UserInfo_QueryUserInfo(asking.user_info, &options,
+      .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
+  EOS_UserInfo_QueryUserInfo(user_info, &options,
                              InFlight::HandOver(EosCall::kQueryFriendUserInfo, std::move(context)),
                              complete);
   return true;
+}
+
+// Asks EOS for the details of every friend of the page; stops when it may not go on.
+void AskForFriends(const FriendsInfoThreadContext& page,
+                   EOS_UserInfo_OnQueryUserInfoCallback complete) {
+  constexpr uint64_t kLeastCapacity = 32;
+  DetailList& list = *page.friends_info;
+  PersonList details(std::max(kLeastCapacity, page.friends->size()));
+  EOS_HUserInfo user_info = nullptr;
+  const bool has_interface = InStep(page, [&] {
+    list.friends = std::move(details);
+    user_info = EOS_Platform_GetUserInfoInterface(EpicAuth::GetInstance()->platform());
+    if (user_info == nullptr) list.failure = kNoUserInfoInterface;
+  });
+  if (!has_interface || user_info == nullptr) return;
+  const char* account_id = page.base_params->account_id.c_str();
+  EpicAuth::LogAccountIdFromString(account_id);
+  EOS_EpicAccountId local_user = nullptr;
+  if (!InStep(page, [&] { local_user = EOS_EpicAccountId_FromString(account_id); })) return;
+  for (const PersonInfo& entry : *page.friends) {
+    if (!AskForFriend(page, user_info, local_user, entry, complete)) return;
+  }
 }
 
 }  // namespace
@@ -526,16 +504,11 @@ bool AskForFriend(const FriendsInfoThreadContext& page, const AskingUser& asking
 uint32_t EpicFriend::QueryFriendsInfoThreadProc(void* context) {
   if (context == nullptr) return 0;
   const ThreadContext page(static_cast<FriendsInfoThreadContext*>(context));
-  const auto ask = [&page] {
-    AskingUser asking;
-    if (!PrepareAsking(*page, asking)) return;
-    for (const PersonInfo& entry : *page->friends) {
-      if (!AskForFriend(*page, asking, entry, &QueryFriendUserInfoCompleteCallbackFn)) return;
-    }
-  };
+  const auto ask = [&page] { AskForFriends(*page, &QueryFriendUserInfoCompleteCallbackFn); };
+  // The worker commits nothing: the next tick does.
   AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask, [&page] {
-    const EosLock::WorkerGuard guard;
-    LeaveForTick(*page, kUnknownError);
+    const WorkerStep step;
+    page->friends_info->failure = kUnknownError;
   });
   return 0;
 }
@@ -569,17 +542,11 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
     const EOS_UserInfo_QueryUserInfoCallbackInfo* data) {
   Pending<FriendUserInfoContext> context;
   const auto complete = [data, &context] {
-    if (data == nullptr) {
-      ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-      return;
-    }
+    if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     const bool will_retry = data->ResultCode == EOS_EResult::EOS_OperationWillRetry;
     context = InFlight::Reclaim<FriendUserInfoContext>(EosCall::kQueryFriendUserInfo,
                                                        data->ClientData, will_retry);
-    if (context == nullptr) {
-      ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
-      return;
-    }
+    if (context == nullptr) return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
     const bool is_shutting_down = EpicAuth::GetInstance()->platform() == nullptr;
     if (will_retry || is_shutting_down) return InFlight::Return(std::move(context));
     DetailList& page = *context->friends_info;
