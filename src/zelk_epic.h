@@ -3,7 +3,12 @@
 //
 // Call the entry points from one thread. None returns a status, none throws, none waits for EOS: a
 // request that cannot be started is answered before the call returns, every other one while a later
-// zelk_epic_update runs (or zelk_epic_shutdown, for what EOS has not answered by then).
+// zelk_epic_update runs (or zelk_epic_shutdown, for what EOS has not answered by then). Each may
+// wait for the one EOS call that a friend worker is making. Arguments stay the caller's.
+//
+// Requests may overlap: each has its own answer. A friend query is asked for the player who is
+// signed in when it is made; once that player has signed out, or another has signed in, it is
+// answered 10. A logout does not end a login that is under way: wait for the login's answer first.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +23,8 @@ extern "C" {
 // Signs the player in. `params.extra_json` holds the login parameters: "LoginMode" ("IDPassword",
 // "DevAuth", "ExchangeCode", "PinGrant" or "AccountPortal"), and "ID", "Password" or "Code" as the
 // mode needs them. `permissions` are the words "basic_profile", "friends_list" and "presence",
-// separated by commas. Answered by an AuthPluginResult, or by an AuthResult when the login failed.
-// Both arguments stay the caller's.
+// separated by commas. Answered by an AuthPluginResult, or by an AuthResult when the login failed;
+// 17 after a shutdown. The first login of the process brings EOS up.
 ZELK_EPIC_API void zelk_epic_auth_login(const zelk::BaseParams& params,
                                         const std::string& permissions);
 
@@ -29,20 +34,26 @@ ZELK_EPIC_API void zelk_epic_auth_auto_login(const zelk::BaseParams& params,
                                              const std::string& permissions);
 
 // Signs the player out and forgets what would sign the player in again: EOS does so during the next
-// updates, so shut down some frames later. Answered by a BaseResult before the call returns; a
-// logout before the first login is not answered.
+// updates, so shut down some frames later. Answered by a BaseResult before the call returns, 17
+// after a shutdown, when EOS keeps what it has; while EOS is not up, before the first login, not
+// answered at all.
 ZELK_EPIC_API void zelk_epic_auth_logout(const zelk::BaseParams& params);
 
-// Drives EOS: call it once a frame. Every EOS completion runs in here.
+// Drives EOS: call it once a frame. Every EOS completion runs in here, and so most answers are
+// committed in here. Nothing before the first login and after a shutdown.
 ZELK_EPIC_API void zelk_epic_update();
 
 // Releases the EOS platform, once and for all in this process. What EOS has not answered by then is
-// answered here as if it had been asked afterwards.
+// answered here as if it had been asked afterwards. To be called before the process begins to end
+// (not from a static destructor, nor while libraries are unloaded): the system may have stopped a
+// worker inside EOS by then, and the call returns after some seconds with nothing done. Workers
+// that still run keep the library in memory until they have ended.
 ZELK_EPIC_API void zelk_epic_shutdown();
 
 // Lists the signed-in player's friends: the page `page` (from 1) of `count` friends each, or all of
 // them when `page` and `count` are 0. `is_in_game` is handed back in the result. Answered by a
-// FriendResult.
+// FriendResult, in the order in which EOS tells about the friends; not answered without a sequence
+// id. A thread of its own, one priority above the caller's of zelk_epic_update, asks for a page.
 ZELK_EPIC_API void zelk_epic_friend_queryfriends(const zelk::BaseParams& params, int32_t page,
                                                  int32_t count, bool is_in_game);
 
