@@ -35,16 +35,24 @@ void EosLock::lock() {
 }
 
 bool EosLock::try_lock_for(std::chrono::milliseconds patience) {
-  const auto deadline = Clock::now() + patience;
   if (EnterAgain()) return true;
-  // Draws a ticket only when its turn is now: one that was drawn cannot be given back.
-  for (uint32_t ticket = turn_.load(); !next_ticket_.compare_exchange_strong(ticket, ticket + 1);
-       ticket = turn_.load()) {
-    if (Clock::now() > deadline) return false;
+  const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
+  const auto deadline = Clock::now() + patience;
+  while (turn_.load() != ticket) {
+    if (Clock::now() > deadline && Abandon(ticket)) return false;
     std::this_thread::yield();
   }
   Enter();
   return true;
+}
+
+// False when the turn has come after all. Who abandons stores its ticket before it looks at the
+// turn, who unlocks changes the turn before it looks for that ticket: if both see each other, the
+// exchange decides for one of them.
+bool EosLock::Abandon(uint32_t ticket) {
+  uint64_t abandoned = ticket;
+  abandoned_.store(abandoned);
+  return turn_.load() != ticket || !abandoned_.compare_exchange_strong(abandoned, kNoTicket);
 }
 
 // The turn changes before the sleepers are counted, and a sleeper is counted before it looks at the
@@ -53,7 +61,10 @@ bool EosLock::try_lock_for(std::chrono::milliseconds patience) {
 void EosLock::unlock() {
   if (--depth_ > 0) return;
   owner_.store(std::thread::id(), std::memory_order_relaxed);
-  turn_.fetch_add(1);
+  uint64_t turn = uint32_t{turn_.fetch_add(1) + 1};
+  if (abandoned_.load() == turn && abandoned_.compare_exchange_strong(turn, kNoTicket)) {
+    turn_.fetch_add(1);
+  }
   if (sleepers_.load() == 0) return;
   { const std::lock_guard sleep(sleep_); }
   turn_changed_.notify_all();

@@ -22,7 +22,8 @@ namespace zelk {
 class EosLock {
  public:
   void lock();
-  // Enters only when nobody is inside and nobody waits. False when that was not so for `patience`.
+  // False when its turn has not come for `patience`; the ticket is then abandoned. One thread at a
+  // time.
   bool try_lock_for(std::chrono::milliseconds patience);
   void unlock();
 
@@ -35,14 +36,18 @@ class EosLock {
  private:
   friend class WorkerStep;
 
+  static constexpr uint64_t kNoTicket = UINT64_MAX;
+
   bool EnterAgain();
   void Enter();
+  bool Abandon(uint32_t ticket);
   bool SpinUntilTurnOf(uint32_t ticket) const;
   void SleepUntilTurnOf(uint32_t ticket);
 
   std::atomic<uint32_t> next_ticket_{0};
-  std::atomic<uint32_t> turn_{0};      // the ticket that may enter
-  std::atomic<uint32_t> sleepers_{0};  // threads that sleep until their turn
+  std::atomic<uint32_t> turn_{0};               // the ticket that may enter
+  std::atomic<uint64_t> abandoned_{kNoTicket};  // the ticket that nobody waits with any more
+  std::atomic<uint32_t> sleepers_{0};           // threads that sleep until their turn
   std::mutex sleep_;
   std::condition_variable turn_changed_;
   std::atomic<std::thread::id> owner_{};
