@@ -10,6 +10,7 @@
 #include "commands.h"
 #include "core_contract/login_parameters.h"
 #include "doctor.h"
+#include "output.h"
 
 namespace zelk::host {
 namespace {
@@ -23,7 +24,8 @@ constexpr char kExamples[] = R"(Examples:
 
 What a command leaves behind in the state directory is there for the next one. Every command has
 examples of its own: zelk_epic_host COMMAND --help
-Exit status: 0 every request succeeded, 1 one failed or stayed unanswered, 2 bad arguments or input.)";
+Exit status: 0 every request succeeded, 1 one failed or stayed unanswered, 2 bad arguments or input,
+or something could not be written.)";
 
 constexpr char kGeneralOptions[] =
     "\nThe options of every command, such as --json and --state-dir: zelk_epic_host --help";
@@ -34,6 +36,7 @@ std::string NotStandardOutput(const std::string& text) {
   return text == "-" ? "needs a file, for standard output has the results" : NotEmpty(text);
 }
 
+constexpr int32_t kLongestTimeout = 86'400;
 constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
 
 void AddFileOptions(CLI::App& app, Options& options) {
@@ -46,9 +49,10 @@ void AddFileOptions(CLI::App& app, Options& options) {
   app.add_option("--world", options.world, "The world that an EOS stand-in plays")
       ->check(NotEmpty)
       ->type_name("FILE");
-  app.add_option(
-         "--state-dir", options.state_dir,
-         "Where sign-ins are kept; a folder of the user's by default, of its own for a tour")
+  app.add_option("--state-dir", options.state_dir,
+                 "Where sign-ins are kept; by default zelk in $XDG_STATE_HOME or ~/.local/state, "
+                 "on Windows "
+                 "in %LOCALAPPDATA%; without a home it must be given. A tour has one of its own")
       ->check(NotEmpty)
       ->type_name("DIR");
 }
@@ -69,7 +73,12 @@ void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_option("--diagram", options.diagram, "Draw what happens as a Mermaid sequence diagram")
       ->check(NotStandardOutput)
       ->type_name("FILE");
-  app.add_flag("--json", options.json, "Print results as JSON lines");
+  app.add_flag("--json", options.json,
+               "Print results as JSON lines, with the access and refresh tokens in them");
+  app.add_option("--timeout", options.timeout,
+                 "How long to wait for what EOS or the player has to do; 300 by default")
+      ->check(CLI::Range(1, kLongestTimeout).description(""))
+      ->type_name("SECONDS");
 }
 
 std::string NotPermissions(const std::string& text) {
@@ -110,13 +119,16 @@ std::vector<std::string> LoginModeWords() {
   return words;
 }
 
-// What a mode needs is there, and nothing else.
-void CheckLogin(const LoginArguments& login) {
+// What a mode needs is there, and nothing else. A password need not stand in the command line,
+// where other users of the machine can see it.
+void CheckLogin(LoginArguments& login) {
   const LoginMode& mode = *std::ranges::find(kLoginModes, login.mode, &LoginMode::word);
   const std::string of_mode = std::string("--mode ") + mode.word;
   for (const LoginMember& member : kLoginMembers) {
     const bool is_given = !(login.*member.value).empty();
-    if (mode.Needs(member.key) && !is_given) {
+    if (mode.Needs(member.key) && !is_given && member.value == &LoginArguments::password) {
+      login.password = kReadPassword;
+    } else if (mode.Needs(member.key) && !is_given) {
       throw CLI::ValidationError(of_mode, std::string("needs ") + member.option);
     }
     if (!mode.Needs(member.key) && is_given) {
@@ -137,7 +149,13 @@ void AddLogin(CLI::App& command, Options& options) {
     for (const LoginMode& mode : kLoginModes) {
       if (mode.Needs(member.key)) users.emplace_back(mode.word);
     }
-    command.add_option(member.option, login.*member.value, "For " + CLI::detail::join(users, ", "))
+    const bool is_password = member.value == &LoginArguments::password;
+    command
+        .add_option(member.option, login.*member.value,
+                    "For " + CLI::detail::join(users, ", ") +
+                        (is_password ? "; without it or with - it is read from the terminal, which "
+                                       "does not show it, or from standard input"
+                                     : ""))
         ->check(NotEmpty);
   }
   AddPermissions(command, options);
@@ -158,7 +176,9 @@ void AddFriends(CLI::App& command, Options& options) {
           ->type_name("N");
   command.add_flag("--in-game", friends.is_in_game, "Handed back in the result");
   command.callback([&friends, page, count] {
-    if (page->count() == 0 && count->count() > 0) friends.page = 1;
+    if (count->count() == 0) return;
+    if (page->count() == 0) friends.page = 1;
+    if (friends.page == 0) throw CLI::ValidationError("--count", "not for --page 0, all friends");
   });
 }
 
@@ -205,8 +225,9 @@ Examples:
   zelk_epic_host login
   zelk_epic_host login --mode IDPassword --id player --password secret
   zelk_epic_host login --mode DevAuth --id localhost:6547 --password player
-  zelk_epic_host login --mode ExchangeCode --code CODE --permissions basic_profile
-  zelk_epic_host login --diagram login.mmd --log login.log
+  zelk_epic_host login --mode IDPassword --id player < password.txt
+  zelk_epic_host login --mode ExchangeCode --code 5c988d7bb00c31502b5c5f35c420a350
+  zelk_epic_host login --diagram login.mmd --log login.log --timeout 60
 )"},
     CommandRow{"auto-login", "Sign in from what the last login left behind", &AddPermissions,
                &RunAutoLogin, R"(Examples:
@@ -244,7 +265,7 @@ Exit status: 0 nothing is wrong, 1 something is, 2 bad arguments.
 
 Examples:
   zelk_epic_host doctor
-  zelk_epic_host doctor --config game.json --plugin build/release/bin/libZELKEpic.so
+  zelk_epic_host doctor --config game.json --world world.json
   zelk_epic_host doctor --json
 )"},
 };
@@ -263,25 +284,35 @@ void AddCommands(CLI::App& app, Options& options) {
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
 }
 
+// Prints help or what is wrong, as the parser words it.
+int Exit(const CLI::App& app, const CLI::Error& error) {
+  std::ostringstream out, err;
+  const int status = app.exit(error, out, err);
+  PrintText(out.str());
+  PrintErrorText(err.str());
+  return status == 0 ? 0 : kBadInput;
+}
+
 }  // namespace
 
 std::optional<int> ReadCommandLine(Options& options) {
   CLI::App app("Plays the core and the game around the Epic channel plugin.", "zelk_epic_host");
-  app.set_version_flag("--version", "zelk_epic_host " ZELK_HOST_VERSION);
+  bool version = false;
+  app.add_flag("--version", version, "Print the versions of this program, the plugin and EOS");
   AddFileOptions(app, options);
   AddOutputOptions(app, options);
   AddCommands(app, options);
   try {
     app.parse(std::vector<std::string>(options.arguments.rbegin(), options.arguments.rend()));
+    if (version) options.run = &PrintVersions;
     if (options.run == nullptr) throw CLI::RequiredError("A command");
   } catch (const CLI::ExtrasError&) {
     // The parser names them from the last to the first.
     std::vector<std::string> extras = app.remaining(true);
     std::reverse(extras.begin(), extras.end());
-    app.exit(CLI::ExtrasError(std::move(extras)));
-    return kBadInput;
+    return Exit(app, CLI::ExtrasError(std::move(extras)));
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kBadInput;
+    return Exit(app, error);
   }
   return std::nullopt;
 }

@@ -1,13 +1,18 @@
 #include "commands.h"
 
 #include <spdlog/fmt/fmt.h>
+#include <spdlog/sinks/base_sink.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <mutex>
 #include <stdexcept>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "core_contract/login_parameters.h"
@@ -18,6 +23,7 @@
 #include "play.h"
 #include "record_json.h"
 #include "setup.h"
+#include "text.h"
 #include "tour.h"
 #include "transcript.h"
 #include "zelk_foundation_standin.h"
@@ -30,26 +36,54 @@ namespace {
 // Sinks for as long as this lives; EOS may log from threads of its own at any time.
 class LogOutput {
  public:
-  LogOutput(const Options& options, bool as_events) {
-    if (options.log.empty()) return;
-    sinks_.push_back(MakeLogSink(options.log, options.log_level, as_events));
-    foundation_standin::SetLogThreshold(options.log_level);
-    foundation_standin::SetLogSinks(sinks_);
-  }
+  LogOutput() = default;
   LogOutput(const LogOutput&) = delete;
   LogOutput& operator=(const LogOutput&) = delete;
   ~LogOutput() { foundation_standin::SetLogSinks({}); }
 
-  // A sink that wants every line.
-  void Add(std::shared_ptr<spdlog::sinks::sink> sink) {
+  // A sink that wants the lines from `level` on.
+  void Add(std::shared_ptr<spdlog::sinks::sink> sink, LogLevel level) {
     sinks_.push_back(std::move(sink));
-    foundation_standin::SetLogThreshold(kLogInfo);
+    level_ = std::min(level_, level);
+    foundation_standin::SetLogThreshold(level_);
     foundation_standin::SetLogSinks(sinks_);
   }
 
  private:
   std::vector<std::shared_ptr<spdlog::sinks::sink>> sinks_;
+  LogLevel level_ = kLogError;
 };
+
+// Collects what the key-value store says when it cannot keep something, which no result tells.
+class StoreProblems final : public spdlog::sinks::base_sink<std::mutex> {
+ public:
+  StoreProblems() { set_level(spdlog::level::err); }
+
+  // For each of its lines once.
+  void Tell() {
+    const std::scoped_lock lock(mutex_);
+    for (const std::string& line : lines_) PrintError("kept sign-ins: " + Printable(line));
+  }
+
+ private:
+  void sink_it_(const spdlog::details::log_msg& line) override {
+    std::string text(line.payload.data(), line.payload.size());
+    if (text.find(foundation_standin::kStoreFileName) == std::string::npos) return;
+    if (std::ranges::find(lines_, text) == lines_.end()) lines_.push_back(std::move(text));
+  }
+  void flush_() override {}
+
+  std::vector<std::string> lines_;
+};
+
+// EOS says in words of its own when it cannot keep a sign-in, or not at all.
+void TellEosDirectoryProblem(const std::filesystem::path& state_directory) {
+  const std::filesystem::path directory = EosDirectory(state_directory);
+  const std::string problem = WhyNotWritable(directory);
+  if (problem.empty()) return;
+  PrintError(
+      fmt::format("kept sign-ins: {} cannot be written: {}", Utf8FromPath(directory), problem));
+}
 
 // Prints each result as an event; without it the commands tell the results in words.
 class EventPrinter final : public GameObserver {
@@ -60,28 +94,37 @@ class EventPrinter final : public GameObserver {
 // What is done with the game; false when its input was bad.
 using Part = std::function<bool(Game&, WorkRecorder&)>;
 
+// Whatever may be refused comes first: a command that is refused leaves nothing behind.
 int RunGame(const Options& options, const std::filesystem::path& state_directory,
             const Part& part) {
   const bool is_play = !options.script.empty();
   const bool as_events = options.json || is_play;
-  if (const std::string problem = UseStateDirectory(state_directory); !problem.empty()) {
-    fmt::print(stderr, "sign-ins cannot be kept: {}\n", problem);
-  }
   const PluginLibrary plugin = LoadPlugin(options);
   std::optional<DiagramFile> file;
   if (!options.diagram.empty()) file.emplace(options.diagram, options.next_process);
 
-  Game game(plugin);
+  Game game(plugin, std::chrono::seconds(options.timeout));
   EventPrinter printer;
   Diagram diagram(game);
   if (as_events) game.Add(printer);
   if (file.has_value()) game.Add(diagram);
   const auto recorder = std::make_shared<WorkRecorder>(game, file.has_value() ? &diagram : nullptr);
-  LogOutput log(options, as_events);
-  if (!is_play || file.has_value()) log.Add(recorder);
+  const auto store_problems = std::make_shared<StoreProblems>();
+  game.TellWaitingBy([recorder] { return recorder->WaitingFor(); });
 
+  // After what the sinks refer to, so that the lines end before it does.
+  LogOutput log;
+  if (!options.log.empty()) {
+    log.Add(MakeLogSink(options.log, options.log_level, as_events), options.log_level);
+  }
+  log.Add(store_problems, kLogError);
+  if (!is_play || file.has_value()) log.Add(recorder, kLogInfo);
+
+  UseStateDirectory(state_directory);
   const bool good = part(game, *recorder);
   const int status = game.Finish();
+  store_problems->Tell();
+  TellEosDirectoryProblem(state_directory);
   if (file.has_value()) file->Write(diagram.Messages());
   return good ? status : kBadInput;
 }
@@ -105,11 +148,16 @@ std::string ExtraJson(const LoginArguments& arguments) {
 
 // Null when the request stayed unanswered or failed, which is then said.
 template <class T>
-const T* Success(const std::optional<Game::Result>& result, const char* what, bool in_words) {
-  if (!result.has_value()) return nullptr;
+const T* Success(const Session& session, const std::optional<Game::Result>& result,
+                 const char* what) {
+  if (!result.has_value()) {
+    PrintError(
+        fmt::format("{}: EOS gave no answer in {} s", what, session.game.patience().count()));
+    return nullptr;
+  }
   const BaseResult& base = Base(result->record);
   if (base.ret_code == kResultSuccess) return std::get_if<T>(&result->record);
-  if (in_words) fmt::print(stderr, "{}: {}\n", what, Outcome(base));
+  if (session.in_words) PrintError(fmt::format("{}: {}", what, Printable(Outcome(base))));
   return nullptr;
 }
 
@@ -125,39 +173,51 @@ std::optional<Game::Result> AskToSignIn(const Session& session, const Request& r
   const auto result = session.game.Ask(request);
   const std::string what_to_do = session.recorder.TakePinGrant();
   if (what_to_do.empty()) return result;
-  fmt::print(stderr, "{}\n", Printable(what_to_do));
-  std::fflush(stderr);
-  TickUntilComplete(session.game, session.recorder, kPatienceTicks);
+  PrintError(Printable(what_to_do));
+  session.game.WaitUntil([&session] { return !session.recorder.HasOpenWork(); });
   if (!session.recorder.SignedInBy().empty()) return session.game.AskAgain(request);
-  fmt::print(stderr, "EOS did not sign the player in by this code\n");
+  PrintError("EOS did not sign the player in by this code");
   return result;
 }
 
-void SignInBy(const Session& session, const Request& request, const char* what) {
-  const auto result = AskToSignIn(session, request);
-  const auto* sign_in = Success<AuthPluginResult>(result, what, session.in_words);
-  if (!session.in_words) return;
-  if (sign_in != nullptr) PrintText(SignInText(*sign_in, session.recorder.SignedInBy(), ""));
-  if (KeptNothing(result)) {
-    fmt::print(stderr, "no sign-in was kept: use the command \"login\" first\n");
+// Null when the player is not signed in, which is then said, by the name of the command.
+const AuthPluginResult* SignInBy(const Session& session, const std::optional<Game::Result>& result,
+                                 const char* what) {
+  if (!KeptNothing(result)) return Success<AuthPluginResult>(session, result, what);
+  if (session.in_words) {
+    PrintError(fmt::format("{}: no sign-in was kept: use the command \"login\" first", what));
   }
+  return nullptr;
 }
 
-// True when the player is signed in, for `what` then.
+void TellSignIn(const Session& session, const AuthPluginResult* sign_in) {
+  if (sign_in == nullptr || !session.in_words) return;
+  PrintText(SignInText(*sign_in, session.recorder.SignedInBy(), ""));
+}
+
+// EOS asks nobody as long as what it kept is good.
+void TellUnused(const Session& session, const LoginArguments& arguments) {
+  if (session.recorder.SignedInBy() != kByPersistentAuth) return;
+  std::vector<std::string_view> unused;
+  for (const LoginMember& member : kLoginMembers) {
+    if (!(arguments.*member.value).empty()) unused.emplace_back(member.option);
+  }
+  if (unused.empty()) return;
+  PrintError(fmt::format(
+      "EOS signed in whom it had kept: {} not used; log out first to sign in another player",
+      fmt::join(unused, " and ")));
+}
+
 bool SignInFirst(const Session& session, const char* what) {
   const auto result = session.game.Ask(SignInAutomatically("sign-in"));
-  if (!KeptNothing(result)) {
-    return Success<AuthPluginResult>(result, "auto-login", session.in_words) != nullptr;
-  }
-  if (session.in_words) fmt::print(stderr, "{}: nobody is signed in\n", what);
-  return false;
+  return SignInBy(session, result, what) != nullptr;
 }
 
 void ListFriendsOf(const Session& session, const FriendsArguments& arguments) {
   if (!SignInFirst(session, "friends")) return;
   const auto result = session.game.Ask(
       ListFriends("friends", arguments.page, arguments.count, arguments.is_in_game));
-  const auto* friends = Success<FriendResult>(result, "friends", session.in_words);
+  const auto* friends = Success<FriendResult>(session, result, "friends");
   if (friends != nullptr && session.in_words) {
     PrintText(FriendsText(*friends, arguments.page, Accounts::kWhole, ""));
   }
@@ -168,7 +228,7 @@ void SignOutOf(const Session& session) {
   if (!SignInFirst(session, "logout")) return;
   const auto result = session.game.Ask(SignOut("logout"));
   TickUntilComplete(session.game, session.recorder);
-  if (Success<BaseResult>(result, "logout", session.in_words) != nullptr && session.in_words) {
+  if (Success<BaseResult>(session, result, "logout") != nullptr && session.in_words) {
     PrintText("signed out\n");
   }
 }
@@ -184,15 +244,23 @@ int RunRequests(const Options& options, const MakeRequests& make_requests) {
 }  // namespace
 
 int RunLogin(const Options& options) {
-  const LoginArguments& login = options.login;
-  return RunRequests(options, [&](const Session& session) {
-    SignInBy(session, SignIn("login", ExtraJson(login), login.permissions), "login");
+  LoginArguments login = options.login;
+  if (login.password == kReadPassword) {
+    login.password = ReadSecret("password: ").value_or("");
+    if (login.password.empty()) throw std::runtime_error("standard input has no password");
+  }
+  return RunRequests(options, [&login](const Session& session) {
+    const auto result = AskToSignIn(session, SignIn("login", ExtraJson(login), login.permissions));
+    TellSignIn(session, SignInBy(session, result, "login"));
+    TellUnused(session, login);
   });
 }
 
 int RunAutoLogin(const Options& options) {
-  return RunRequests(options, [&](const Session& session) {
-    SignInBy(session, SignInAutomatically("auto-login", options.login.permissions), "auto-login");
+  return RunRequests(options, [&options](const Session& session) {
+    const Request request = SignInAutomatically("auto-login", options.login.permissions);
+    const auto result = AskToSignIn(session, request);
+    TellSignIn(session, SignInBy(session, result, "auto-login"));
   });
 }
 
@@ -206,10 +274,11 @@ int RunLogout(const Options& options) { return RunRequests(options, &SignOutOf);
 int RunPlay(const Options& options) {
   std::ifstream file;
   if (options.script != "-") {
+    errno = 0;
     file.open(PathFromUtf8(options.script), std::ios::binary);
     file.peek();  // of a folder, too, there is nothing to read
     if (!file.is_open() || file.bad()) {
-      throw std::runtime_error(options.script + ": the script cannot be read");
+      throw std::runtime_error(options.script + ": " + std::generic_category().message(errno));
     }
     file.clear();
   }
@@ -218,25 +287,26 @@ int RunPlay(const Options& options) {
                  [&script](Game& game, WorkRecorder&) { return Play(game, script); });
 }
 
-// The process that began the tour lets another one end it.
+// The process that began the tour lets another one end it. Without a state directory both are
+// others: this one takes away what they leave behind, however they end.
 int RunTour(const Options& options) {
-  const auto run = [&options](const std::filesystem::path& directory, auto part) {
-    return RunGame(options, directory, [&](Game& game, WorkRecorder& recorder) {
-      part(game, recorder, !options.json);
-      return true;
-    });
-  };
-  if (options.next_process) return run(StateDirectory(options), &TourNextProcess);
-  std::optional<TemporaryDirectory> temporary;
-  if (options.state_dir.empty()) temporary.emplace();
-  const std::filesystem::path directory =
-      temporary.has_value() ? temporary->path() : StateDirectory(options);
-  const int status = run(directory, &TourFirstProcess);
-  std::vector<std::string> arguments = options.arguments;
-  if (temporary.has_value()) {
-    arguments.insert(arguments.begin(), {"--state-dir", Utf8FromPath(directory)});
+  if (options.state_dir.empty()) {
+    PassSignalsOn();  // before there is anything to take away
+    const TemporaryDirectory directory;
+    std::vector<std::string> arguments = options.arguments;
+    arguments.insert(arguments.begin(), {"--state-dir", Utf8FromPath(directory.path())});
+    return RunAgain(arguments);
   }
+  const auto part = options.next_process ? &TourNextProcess : &TourFirstProcess;
+  const int status =
+      RunGame(options, StateDirectory(options), [&](Game& game, WorkRecorder& recorder) {
+        part(game, recorder, !options.json);
+        return StandardOutputWorks();
+      });
+  if (options.next_process || status == kBadInput) return status;
+  std::vector<std::string> arguments = options.arguments;
   arguments.emplace_back("--next-process");
+  PassSignalsOn();
   return std::max(status, RunAgain(arguments));
 }
 

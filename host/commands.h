@@ -6,9 +6,6 @@
 
 namespace zelk::host {
 
-// The status of a bad command line or bad input.
-inline constexpr int kBadInput = 2;
-
 // Everything that the plugin does, as a transcript; the end of it in a process of its own.
 int RunTour(const Options& options);
 // The script, from its file or from standard input.

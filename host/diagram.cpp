@@ -2,16 +2,23 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
+#include "common/files.h"
 #include "core_contract/method_id.h"
 #include "platform.h"
 #include "record_json.h"
+#include "text.h"
 
 namespace zelk::host {
 namespace {
+
+using FileType = std::filesystem::file_type;
 
 constexpr std::string_view kCall = "Game->>Plugin";
 constexpr std::string_view kResult = "Plugin-->>Game";
@@ -31,27 +38,13 @@ bool IsPlain(char byte) {
   return kPlain.find(byte) != std::string_view::npos || static_cast<unsigned char>(byte) >= 0x80U;
 }
 
-bool IsControl(char byte) { return static_cast<unsigned char>(byte) < 0x20U || byte == 0x7F; }
-
-// So much of it, in whole characters, as is still read.
-std::string Shortened(const std::string& text) {
-  constexpr std::size_t kLongest = 80;
-  if (text.size() <= kLongest) return text;
-  std::size_t end = kLongest;
-  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
-  return text.substr(0, end) + "...";
-}
-
 // A text from outside. Whatever the grammar or a reader's HTML could take for its own becomes a
 // character reference, "#59;" for a semicolon.
 std::string Escaped(const std::string& text) {
+  constexpr std::size_t kLongest = 80;
   std::string escaped;
-  for (const char byte : Shortened(text)) {
-    if (IsPlain(byte)) {
-      escaped += byte;
-    } else {
-      escaped += IsControl(byte) ? " " : fmt::format("#{};", static_cast<int>(byte));
-    }
+  for (const char byte : Shortened(Printable(text), kLongest)) {
+    escaped += IsPlain(byte) ? std::string(1, byte) : fmt::format("#{};", static_cast<int>(byte));
   }
   return escaped;
 }
@@ -143,16 +136,37 @@ std::string Diagram::Messages() const {
   return lines;
 }
 
-DiagramFile::DiagramFile(const std::string& name, bool append) : name_(name), append_(append) {
-  const std::ofstream file(PathFromUtf8(name), std::ios::binary | std::ios::app);
-  if (!file) throw std::runtime_error(name + ": the diagram cannot be written");
+DiagramFile::DiagramFile(const std::string& name, bool append)
+    : name_(name), file_(PathFromUtf8(name)) {
+  std::error_code error;
+  if (std::filesystem::is_symlink(file_, error)) file_ = std::filesystem::canonical(file_, error);
+  const auto type = std::filesystem::status(file_, error).type();
+  is_replaced_ = type == FileType::not_found || type == FileType::regular;
+  const std::filesystem::path directory =
+      file_.has_parent_path() ? file_.parent_path() : std::filesystem::path(".");
+  if (type == FileType::directory) {
+    Refuse(std::make_error_code(std::errc::is_a_directory).message());
+  } else if (const std::string problem = is_replaced_ ? WhyNotWritable(directory) : "";
+             !problem.empty()) {
+    Refuse(problem);
+  }
+  text_ = append ? common::ReadFile(file_).value_or("") + kStartedAgain : kHead;
 }
 
+// A pipe or a device is written to; what else is there is replaced as a whole.
 void DiagramFile::Write(const std::string& messages) const {
-  std::ofstream file(PathFromUtf8(name_),
-                     std::ios::binary | (append_ ? std::ios::app : std::ios::trunc));
-  file << (append_ ? kStartedAgain : kHead) << messages << std::flush;
-  if (!file) throw std::runtime_error(name_ + ": the diagram cannot be written");
+  const std::string text = text_ + messages;
+  if (is_replaced_) {
+    if (const std::error_code error = common::ReplaceFile(file_, text)) Refuse(error.message());
+    return;
+  }
+  std::ofstream file(file_, std::ios::binary);
+  file << text << std::flush;
+  if (!file) Refuse(std::generic_category().message(errno));
+}
+
+void DiagramFile::Refuse(const std::string& problem) const {
+  throw std::runtime_error(fmt::format("{}: the diagram cannot be written: {}", name_, problem));
 }
 
 }  // namespace zelk::host

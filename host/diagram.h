@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
@@ -47,18 +48,22 @@ class Diagram final : public GameObserver, public WorkObserver {
 };
 
 // The file of a diagram: made when `append` is false, else continued, after the process that began
-// it.
+// it. What is in it stays until the new diagram is complete.
 class DiagramFile {
  public:
-  // Throws std::runtime_error when the file cannot be written; leaves what is in it.
+  // Throws std::runtime_error when the file cannot be written.
   DiagramFile(const std::string& name, bool append);
 
   // Throws std::runtime_error.
   void Write(const std::string& messages) const;
 
  private:
+  [[noreturn]] void Refuse(const std::string& problem) const;
+
   std::string name_;
-  bool append_;
+  std::filesystem::path file_;
+  bool is_replaced_ = true;
+  std::string text_;  // in front of the messages
 };
 
 }  // namespace zelk::host

@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <random>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
@@ -20,6 +18,7 @@
 #include "platform.h"
 #include "plugin_library.h"
 #include "setup.h"
+#include "text.h"
 #include "transcript.h"
 #include "zelk_foundation_standin.h"
 
@@ -57,7 +56,7 @@ Finding Error(std::string message, std::string advice) {
 struct Installation {
   const Options& options;
   const fs::path plugin_file = fs::absolute(PluginFile(options)).make_preferred();
-  const fs::path state_directory = fs::absolute(StateDirectory(options)).make_preferred();
+  fs::path state_directory = {};  // empty when there is none
   std::optional<SharedLibrary> plugin = {};
   std::optional<SharedLibrary> eos = {};  // when the plugin did not bring it along
   bool has_eos = false;
@@ -79,19 +78,35 @@ std::string List(std::vector<std::string> texts) {
 constexpr char kProductName[] = "EPIC_PRODUCT_NAME";
 constexpr std::size_t kLongestProductName = 64;
 
+std::string Setting(const std::string& key) {
+  return Config::GetString(key.c_str(), "", kConfigSection).c_str();
+}
+
+std::string_view Trimmed(std::string_view text) {
+  constexpr std::string_view kBlank = " \t\r\n";
+  const std::size_t begin = std::min(text.find_first_not_of(kBlank), text.size());
+  return text.substr(begin, text.find_last_not_of(kBlank) + 1 - begin);
+}
+
 Finding CheckConfiguration(Installation& installation) {
   const std::string& file = installation.options.config;
   const std::string problem = UseConfig(file);
   if (!problem.empty()) return Error(problem, "host/config.example.json shows how it must look");
-  std::vector<std::string> missing;
+  std::vector<std::string> missing, padded;
   for (const std::string& key : ConfigKeys()) {
-    if (Config::GetString(key.c_str(), "", kConfigSection).empty()) missing.push_back(key);
+    const std::string value = Setting(key);
+    if (value.empty()) missing.push_back(key);
+    if (value != Trimmed(value)) padded.push_back(key);
   }
   if (!missing.empty()) {
     return Error(fmt::format("{}: missing or empty: {}", file, List(missing)),
                  fmt::format("give each a text in the section \"{}\"", kConfigSection));
   }
-  const auto name_size = Config::GetString(kProductName, "", kConfigSection).size();
+  if (!padded.empty()) {
+    return Error(fmt::format("{}: blanks or line ends around the text: {}", file, List(padded)),
+                 "EOS takes them for a part of it: take them away");
+  }
+  const std::size_t name_size = Setting(kProductName).size();
   if (name_size > kLongestProductName) {
     return Error(fmt::format("{}: {} has {} bytes", file, kProductName, name_size),
                  fmt::format("EOS takes {} at most: shorten it", kLongestProductName));
@@ -198,42 +213,44 @@ Finding CheckFoundation(Installation& installation) {
 
 // --- what is kept on disk ---
 
-// Writes a file into the directory and removes it. "" or what is wrong.
-std::string WhyNotWritable(const fs::path& directory) {
-  const fs::path probe = directory / fmt::format("zelk-doctor-{:08x}", std::random_device{}());
-  std::ofstream file(probe, std::ios::binary);
-  file << "probe" << std::flush;
-  const bool written = file.good();
-  file.close();
-  std::error_code ignored;
-  fs::remove(probe, ignored);
-  return written ? "" : Utf8FromPath(directory) + " cannot be written to";
+// The directory, or what is there of the way to it.
+fs::path Existing(fs::path directory) {
+  std::error_code error;
+  while (!fs::exists(directory, error) && directory.has_relative_path()) {
+    directory = directory.parent_path();
+  }
+  return directory;
 }
 
 Finding CheckDirectory(const fs::path& directory) {
-  fs::path existing = directory;
-  std::error_code error;
-  while (!fs::exists(existing, error) && existing.has_relative_path()) {
-    existing = existing.parent_path();
+  const fs::path existing = Existing(directory);
+  if (const std::string problem = WhyNotWritable(existing); !problem.empty()) {
+    return Error(fmt::format("{} cannot be written to: {}", Utf8FromPath(existing), problem),
+                 "make it writable, or choose another with --state-dir");
   }
-  const std::string problem = fs::is_directory(existing, error)
-                                  ? WhyNotWritable(existing)
-                                  : Utf8FromPath(existing) + " is no directory";
-  if (!problem.empty())
-    return Error(problem, "make it writable, or choose another with --state-dir");
   const std::string name = Utf8FromPath(directory);
   return Ok(existing == directory ? name : name + ", will be made by the first sign-in");
 }
 
 Finding CheckStateDirectory(Installation& installation) {
+  try {
+    installation.state_directory =
+        fs::absolute(StateDirectory(installation.options)).make_preferred();
+  } catch (const std::runtime_error& error) {
+    return Error(error.what(), "tour needs none");
+  }
   return CheckDirectory(installation.state_directory);
 }
 
+constexpr char kNoStateDirectory[] = "there is no state directory";
+
 Finding CheckEosDirectory(Installation& installation) {
+  if (installation.state_directory.empty()) return Unknown(kNoStateDirectory);
   return CheckDirectory(EosDirectory(installation.state_directory));
 }
 
 Finding CheckStore(Installation& installation) {
+  if (installation.state_directory.empty()) return Unknown(kNoStateDirectory);
   const fs::path file = installation.state_directory / foundation_standin::kStoreFileName;
   const std::string name = Utf8FromPath(file);
   const std::string problem = foundation_standin::CheckStore(installation.state_directory);
@@ -259,11 +276,19 @@ Finding CheckSignIn(Installation& installation) {
 }
 
 Finding CheckWorldFile(Installation& installation) {
-  const std::string& file = installation.options.world;
+  const std::string& option = installation.options.world;
+  const std::string file = option.empty() ? GetEnvironment(kWorldVariable) : option;
   if (file.empty()) return Ok("none is given");
   if (!installation.has_eos) return Unknown("the EOS library cannot be loaded");
-  const std::string problem = CheckWorld(EosSymbol(installation, kCheckWorld), file);
-  return problem.empty() ? Ok(file) : Error(problem, "mend the file, or leave --world out");
+  void* const check = EosSymbol(installation, kCheckWorld);
+  const std::string from = option.empty() ? fmt::format(", by {}", kWorldVariable) : "";
+  if (check == nullptr && option.empty())
+    return Ok(file + from + ", which this EOS library ignores");
+  const std::string problem = CheckWorld(check, file);
+  if (problem.empty()) return Ok(file + from);
+  return Error(problem + from, option.empty()
+                                   ? fmt::format("mend the file, or unset {}", kWorldVariable)
+                                   : "mend the file, or leave --world out");
 }
 
 struct CheckRow {
@@ -290,7 +315,7 @@ constexpr std::array kChecks{
 Finding Run(const CheckRow& row, Installation& installation) try {
   return row.check(installation);
 } catch (const std::exception& error) {
-  return Error(error.what(), "the check could not be made");
+  return Error(Reason(error), "the check could not be made");
 }
 
 void PrintWords(const char* name, const Finding& finding) {
@@ -322,6 +347,18 @@ int RunDoctor(const Options& options) {
     const Finding finding = Run(row, installation);
     worst = std::max(worst, finding.status);
     (options.json ? PrintJson : PrintWords)(row.name, finding);
+  }
+  return worst == Status::kError ? 1 : 0;
+}
+
+int PrintVersions(const Options& options) {
+  Installation installation{options};
+  PrintText(fmt::format("zelk_epic_host {}\n", ZELK_HOST_VERSION));
+  Status worst = Status::kOk;
+  for (const auto& [name, check] : {kChecks[1], kChecks[3]}) {
+    const Finding finding = check(installation);
+    worst = std::max(worst, finding.status);
+    PrintText(fmt::format("{}: {}\n", name, Printable(finding.message)));
   }
   return worst == Status::kError ? 1 : 0;
 }

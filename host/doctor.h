@@ -9,4 +9,8 @@ namespace zelk::host {
 // Returns 0, or 1 when something is wrong.
 int RunDoctor(const Options& options);
 
+// Prints what this program, the plugin and the EOS library say of themselves. Returns 0, or 1 when
+// one of them cannot be found.
+int PrintVersions(const Options& options);
+
 }  // namespace zelk::host

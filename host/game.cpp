@@ -1,14 +1,18 @@
 #include "game.h"
 
+#include <spdlog/fmt/chrono.h>
 #include <spdlog/fmt/fmt.h>
 
 #include <chrono>
-#include <cstdio>
+#include <cstddef>
+#include <ctime>
 #include <thread>
 
 #include "core_contract/method_id.h"
+#include "output.h"
 #include "platform.h"
 #include "record_json.h"
+#include "text.h"
 
 namespace zelk::host {
 namespace {
@@ -47,31 +51,41 @@ bool IsRetryNotice(const Game::Result& result) {
 
 }  // namespace
 
-// A line on the terminal when ticking takes long; it is gone afterwards.
+// Says what is waited for when it takes long, and again when that changes. On a terminal the line
+// is gone afterwards.
 class Game::Progress {
  public:
-  explicit Progress(const Game& game) : game_(game) {}
+  Progress(const Game& game, std::string limit) : game_(game), limit_(std::move(limit)) {}
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  ~Progress() {
-    if (shown_) std::fputs("\r                                                  \r", stderr);
-  }
+  ~Progress() { Clear(); }
 
   void Show() {
-    if (!visible_ || Clock::now() < next_) return;
+    if (Clock::now() < next_) return;
     next_ = Clock::now() + kInterval;
-    shown_ = true;
-    fmt::print(stderr, "\rwaiting for EOS: tick {} ", game_.ticks());
-    std::fflush(stderr);
+    std::string waiting_for = game_.waiting_for_();
+    if (waiting_for == shown_) return;
+    Clear();
+    shown_ = std::move(waiting_for);
+    const std::string line = fmt::format("waiting for {} since {:%H:%M:%S}; {} or Ctrl-C gives up",
+                                         shown_, fmt::localtime(begin_), limit_);
+    PrintErrorText(is_terminal_ ? Shortened(line, kNarrowest) : line + '\n');
   }
 
  private:
-  static constexpr std::chrono::milliseconds kInterval{300};
+  static constexpr std::chrono::milliseconds kInterval{500};
+  static constexpr std::size_t kNarrowest = 79;  // of the terminals that are met
+
+  void Clear() const {
+    if (is_terminal_ && !shown_.empty()) PrintErrorText(fmt::format("\r{:{}}\r", "", kNarrowest));
+  }
 
   const Game& game_;
-  const bool visible_ = StderrIsTerminal();
+  const std::string limit_;
+  const bool is_terminal_ = StderrIsTerminal();
+  const std::time_t begin_ = std::time(nullptr);
   Clock::time_point next_ = Clock::now() + kInterval;
-  bool shown_ = false;
+  std::string shown_;
 };
 
 Request SignIn(const std::string& seq_id, const std::string& extra_json,
@@ -107,32 +121,47 @@ void Game::Issue(const Request& request) {
 }
 
 void Game::Tick(int32_t times) {
-  Progress progress(*this);
+  Progress progress(*this, fmt::format("{} ticks", times));
   for (int32_t i = 0; i < times; ++i) {
-    ++ticks_;
-    plugin_.update();
-    Deliver();
+    TickOnce();
     progress.Show();
   }
 }
 
+void Game::TickOnce() {
+  ++ticks_;
+  plugin_.update();
+  Deliver();
+}
+
 void Game::Frame() {
-  Tick();
+  TickOnce();
   std::this_thread::sleep_for(kFrame);
 }
 
 void Game::Drain(int32_t max_ticks) {
-  Progress progress(*this);
+  Progress progress(*this, fmt::format("{} ticks", max_ticks));
   for (int32_t i = 0; i < max_ticks && Unanswered() > 0; ++i) {
     Frame();
     progress.Show();
   }
 }
 
+bool Game::WaitUntil(const std::function<bool()>& is_done, std::chrono::seconds patience) {
+  Progress progress(*this, fmt::format("{} s", patience.count()));
+  const Clock::time_point end = Clock::now() + patience;
+  while (!is_done()) {
+    if (Clock::now() >= end) return false;
+    Frame();
+    progress.Show();
+  }
+  return true;
+}
+
 std::optional<Game::Result> Game::Ask(const Request& request) {
   last_answer_.reset();
   Issue(request);
-  Drain(kPatienceTicks);
+  WaitUntil([&] { return !waiting_.contains(request.params.seq_id.c_str()); });
   return last_answer_;
 }
 
@@ -151,7 +180,7 @@ void Game::Shutdown() {
 int Game::Finish() {
   if (!shut_down_) Shutdown();
   const int unanswered = Unanswered();
-  if (unanswered > 0) fmt::print(stderr, "{} request(s) stayed unanswered\n", unanswered);
+  if (unanswered > 0) PrintError(fmt::format("{} request(s) stayed unanswered", unanswered));
   return failed_ || unanswered > 0 ? 1 : 0;
 }
 

@@ -3,10 +3,13 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core_contract/login_parameters.h"
@@ -24,9 +27,6 @@ struct Request {
   int32_t count = 0;
   bool is_in_game = false;
 };
-
-// Five minutes at least: the player may have to type a password into a browser.
-inline constexpr int32_t kPatienceTicks = 300'000;
 
 // The requests of a player.
 #define ZELK_WORD(word, scope_flag) "," word
@@ -54,20 +54,31 @@ class Game {
  public:
   using Result = core_standin::CommittedResult;
 
-  // `plugin` outlives the game, and so does every observer.
-  explicit Game(const PluginLibrary& plugin) : plugin_(plugin) {}
+  // `plugin` outlives the game, and so does every observer. `patience` is for each request: the
+  // player may have to type a password into a browser.
+  Game(const PluginLibrary& plugin, std::chrono::seconds patience)
+      : plugin_(plugin), patience_(patience) {}
   void Add(GameObserver& observer) { observers_.push_back(&observer); }
+
+  // Tells a person who waits what EOS is at; "EOS" otherwise.
+  void TellWaitingBy(std::function<std::string()> waiting_for) {
+    waiting_for_ = std::move(waiting_for);
+  }
 
   void Issue(const Request& request);
   void Tick(int32_t times = 1);
 
-  // A tick and about a millisecond of doing something else.
-  void Frame();
-
-  // Frames until every request is answered or `max_ticks` are over.
+  // Frames, each a tick and about a millisecond of doing something else, until every request is
+  // answered or `max_ticks` are over.
   void Drain(int32_t max_ticks);
 
-  // Issues and drains, with a person's patience. Without a value the request stayed unanswered.
+  // Frames until `is_done` or the patience is over; false when it was. The second waits as long as
+  // it is told.
+  bool WaitUntil(const std::function<bool()>& is_done) { return WaitUntil(is_done, patience_); }
+  bool WaitUntil(const std::function<bool()>& is_done, std::chrono::seconds patience);
+  std::chrono::seconds patience() const { return patience_; }
+
+  // Issues and waits for the answer. Without a value the request stayed unanswered.
   std::optional<Result> Ask(const Request& request);
 
   // Asks once more; that the last answer was a failure no longer counts.
@@ -85,11 +96,15 @@ class Game {
  private:
   class Progress;
 
+  void TickOnce();
+  void Frame();
   void Deliver();
   void Account(const Result& result);
   int Unanswered() const;
 
   const PluginLibrary& plugin_;
+  const std::chrono::seconds patience_;
+  std::function<std::string()> waiting_for_ = [] { return std::string("EOS"); };
   std::vector<GameObserver*> observers_;
   std::map<std::string, int> waiting_;  // requests without an answer, by seq_id
   std::optional<Result> last_answer_;

@@ -10,6 +10,10 @@ namespace zelk::host {
 // What stands for the look-ups of all friends of a page: the log does not tell one from another.
 inline constexpr char kAboutEachFriend[] = "each friend";
 
+// By what EOS signs a player in.
+inline constexpr char kByPersistentAuth[] = "persistent authorisation";
+inline constexpr char kByLoginMode[] = "login mode";
+
 // What a line means.
 enum class Meaning {
   kAnyCall,     // an EOS call whose name is in the line
@@ -31,8 +35,8 @@ struct LogRow {
 
 // The first row whose prefix fits a line is the line's.
 inline constexpr std::array kLogRows{
-    LogRow{"call EOS_Auth_Login", Meaning::kCall, "EOS_Auth_Login", "persistent authorisation"},
-    LogRow{"enter default login flow", Meaning::kCall, "EOS_Auth_Login", "login mode"},
+    LogRow{"call EOS_Auth_Login", Meaning::kCall, "EOS_Auth_Login", kByPersistentAuth},
+    LogRow{"enter default login flow", Meaning::kCall, "EOS_Auth_Login", kByLoginMode},
     LogRow{"call EOS_Friends_QueryFriends", Meaning::kCall, "EOS_Friends_QueryFriends"},
     LogRow{"SteamFriend::QueryFriends, Create thread failed", Meaning::kCall,
            "EOS_UserInfo_QueryUserInfo", kAboutEachFriend},

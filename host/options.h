@@ -11,14 +11,20 @@
 
 namespace zelk::host {
 
+// The exit status of a bad command line, of bad input, and of output that was lost.
+inline constexpr int kBadInput = 2;
+
 // What a login's parameters are made of; an empty id, password or code is left out.
 struct LoginArguments {
   std::string mode = "AccountPortal";
   std::string id;
-  std::string password;
+  std::string password;  // or kReadPassword
   std::string code;
   std::string permissions = kAllPermissions;  // of an automatic login too
 };
+
+// In the place of a password: it is to be read from the terminal or from standard input.
+inline constexpr char kReadPassword[] = "-";
 
 // The option of the command line and the member of the parameters that a text of it becomes.
 struct LoginMember {
@@ -49,6 +55,7 @@ struct Options {
   LogLevel log_level = kLogInfo;
   std::string diagram;
   bool json = false;
+  int32_t timeout = 300;  // seconds
 
   std::vector<std::string> arguments;    // all of them, as they were given
   int (*run)(const Options&) = nullptr;  // the command; returns the exit status

@@ -1,16 +1,21 @@
 #include "output.h"
 
 #include <spdlog/details/null_mutex.h>
+#include <spdlog/fmt/fmt.h>
 #include <spdlog/sinks/base_sink.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
+#include "options.h"
 #include "platform.h"
+#include "text.h"
 
 namespace zelk::host {
 namespace {
@@ -40,6 +45,7 @@ class EventLines final : public spdlog::sinks::base_sink<spdlog::details::null_m
   void flush_() override {}
 };
 
+// Texts of EOS and of players stand in the lines.
 class TextLines final : public spdlog::sinks::base_sink<std::mutex> {
  public:
   explicit TextLines(std::function<void(std::string_view)> write) : write_(std::move(write)) {
@@ -48,8 +54,11 @@ class TextLines final : public spdlog::sinks::base_sink<std::mutex> {
 
  private:
   void sink_it_(const spdlog::details::log_msg& line) override {
+    const std::string payload = Printable(Text(line.payload));
+    spdlog::details::log_msg printable = line;
+    printable.payload = payload;
     spdlog::memory_buf_t text;
-    formatter_->format(line, text);
+    formatter_->format(printable, text);
     write_(std::string_view(text.data(), text.size()));
   }
   void flush_() override {}
@@ -57,11 +66,61 @@ class TextLines final : public spdlog::sinks::base_sink<std::mutex> {
   std::function<void(std::string_view)> write_;
 };
 
-// Flushed line by line: the last line before a crash is the one that is wanted.
+// Something that is written to, until it fails for the first time.
+class Stream {
+ public:
+  Stream(std::FILE* file, std::string name) : file_(file), name_(std::move(name)) {}
+
+  // False when that text was the first that could not be written. Flushed line by line: the last
+  // line before a crash is the one that is wanted.
+  bool Write(std::string_view text) {
+    const std::scoped_lock lock(mutex_);
+    if (error_ != 0) return true;
+    errno = 0;
+    if (std::fwrite(text.data(), 1, text.size(), file_) == text.size() && std::fflush(file_) == 0) {
+      return true;
+    }
+    error_ = errno != 0 ? errno : EIO;
+    return false;
+  }
+
+  bool works() const { return error_ == 0; }
+  std::string Problem() const {
+    return fmt::format("{}: {}", name_, std::generic_category().message(error_));
+  }
+
+ private:
+  std::FILE* const file_;
+  const std::string name_;
+  std::mutex mutex_;
+  std::atomic<int> error_ = 0;
+};
+
+// Never destroyed: EOS may log from a thread of its own until the process ends.
+Stream& StandardOutput() {
+  static Stream& stream = *new Stream(stdout, "standard output");
+  return stream;
+}
+
+Stream& StandardError() {
+  static Stream& stream = *new Stream(stderr, "standard error");
+  return stream;
+}
+
+std::atomic<bool> log_was_lost = false;
+
 std::function<void(std::string_view)> FileWriter(const std::string& name) {
-  auto file = std::make_shared<std::ofstream>(PathFromUtf8(name), std::ios::binary | std::ios::app);
-  if (!*file) throw std::runtime_error(name + ": the log file cannot be opened");
-  return [file](std::string_view text) { *file << text << std::flush; };
+  std::FILE* const file = OpenToAppend(PathFromUtf8(name));
+  if (file == nullptr) {
+    throw std::runtime_error(name + ": " + std::generic_category().message(errno));
+  }
+  // It stays open until the process ends, as a line may come until then.
+  const auto stream = std::make_shared<Stream>(file, name);
+  return [stream](std::string_view text) {
+    if (stream->Write(text)) return;
+    log_was_lost = true;
+    PrintError("the log cannot be written: " + stream->Problem());
+  };
 }
 
 std::shared_ptr<spdlog::sinks::sink> Sink(const std::string& target, bool as_events) {
@@ -72,12 +131,16 @@ std::shared_ptr<spdlog::sinks::sink> Sink(const std::string& target, bool as_eve
 
 }  // namespace
 
-void PrintText(std::string_view text) {
-  // Never destroyed: EOS may log from a thread of its own until the process ends.
-  static std::mutex& mutex = *new std::mutex;
-  const std::scoped_lock lock(mutex);
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  std::fflush(stdout);
+void PrintText(std::string_view text) { StandardOutput().Write(text); }
+void PrintErrorText(std::string_view text) { StandardError().Write(text); }
+void PrintError(std::string_view line) { PrintErrorText(fmt::format("{}\n", line)); }
+
+bool StandardOutputWorks() { return StandardOutput().works(); }
+
+int FinalStatus(int status) {
+  if (!StandardOutput().works()) PrintError(StandardOutput().Problem());
+  const bool is_whole = StandardOutput().works() && StandardError().works() && !log_was_lost;
+  return is_whole ? status : kBadInput;
 }
 
 void PrintEvent(const Json& event) {

@@ -9,6 +9,7 @@
 
 #include "common/json_error.h"
 #include "output.h"
+#include "text.h"
 
 namespace zelk::host {
 namespace {
@@ -92,7 +93,7 @@ constexpr std::array kCalls{
     CallRow{"drain", kDrain, [](Game& game, const Step& step) { game.Drain(step.max_ticks); }},
 };
 
-[[noreturn]] void Refuse(const std::string& message) { throw std::invalid_argument(message); }
+[[noreturn]] void Refuse(const std::string& message) { throw std::runtime_error(message); }
 
 std::string Quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
@@ -152,14 +153,13 @@ void Run(Game& game, const std::string& text) {
   call.run(game, ReadStep(line, call));
 }
 
-// Without the parser's name for it and its own line number, which is 1 for every line of a script,
-// and without the better part of a long line.
+// Without the parser's own line number, which is 1 for every line of a script, and without the
+// better part of a long line.
 std::string Message(const std::exception& error) {
   constexpr std::size_t kLongest = 200;
+  if (dynamic_cast<const Json::exception*>(&error) == nullptr) return Reason(error);
   const auto [line, column, reason] = common::ExplainJsonError(error);
-  std::string message = line > 0 ? fmt::format("column {}: {}", column, reason) : reason;
-  if (message.size() > kLongest) message = message.substr(0, kLongest) + "...";
-  return message;
+  return Shortened(line > 0 ? fmt::format("column {}: {}", column, reason) : reason, kLongest);
 }
 
 bool IsBlank(const std::string& text) {
@@ -180,7 +180,8 @@ bool PlayLine(Game& game, const std::string& text, int64_t number) try {
 bool Play(Game& game, std::istream& script) {
   bool good = true;
   std::string text;
-  for (int64_t number = 1; std::getline(script, text); ++number) {
+  // Nobody is left to read the results of an endless script whose reader went away.
+  for (int64_t number = 1; StandardOutputWorks() && std::getline(script, text); ++number) {
     good = PlayLine(game, text, number) && good;
   }
   if (script.bad()) throw std::runtime_error("the script cannot be read to its end");

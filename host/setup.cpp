@@ -43,20 +43,23 @@ std::filesystem::path PluginFile(const Options& options) {
 }
 
 std::filesystem::path StateDirectory(const Options& options) {
-  return options.state_dir.empty() ? DefaultStateDirectory() : PathFromUtf8(options.state_dir);
+  if (!options.state_dir.empty()) return PathFromUtf8(options.state_dir);
+  std::filesystem::path directory = DefaultStateDirectory();
+  if (!directory.empty()) return directory;
+  throw std::runtime_error(
+      "there is no home directory to keep sign-ins in: name one by --state-dir");
 }
 
 std::filesystem::path EosDirectory(const std::filesystem::path& state_directory) {
   return state_directory / "eos";
 }
 
-std::string UseStateDirectory(const std::filesystem::path& directory) {
-  std::error_code error;
+void UseStateDirectory(const std::filesystem::path& directory) {
+  std::error_code told_later;
   const std::filesystem::path absolute = std::filesystem::absolute(directory);
-  std::filesystem::create_directories(EosDirectory(absolute), error);
+  std::filesystem::create_directories(EosDirectory(absolute), told_later);
   foundation_standin::SetStoreDirectory(absolute);
   SetTemporaryDirectory(EosDirectory(absolute));
-  return error ? fmt::format("{}: {}", Utf8FromPath(directory), error.message()) : "";
 }
 
 std::string CheckWorld(void* check_world, const std::string& file) {
@@ -83,7 +86,7 @@ PluginLibrary LoadPlugin(const Options& options) {
     if (!problem.empty()) throw std::runtime_error(problem);
   };
   refuse(UseConfig(options.config));
-  if (!options.world.empty()) SetEnvironment("ZELK_EOS_WORLD", PathFromUtf8(options.world));
+  if (!options.world.empty()) SetEnvironment(kWorldVariable, PathFromUtf8(options.world));
   PluginLibrary plugin = LoadPluginLibrary(PluginFile(options));
   if (!options.world.empty()) refuse(CheckWorld(plugin.Find(kCheckWorld), options.world));
   return plugin;

@@ -22,12 +22,16 @@ std::string UseConfig(const std::string& file);
 std::filesystem::path PluginFile(const Options& options);
 
 // Where sign-ins are kept: the store lies in it, EOS keeps its own in the folder `EosDirectory`.
+// Throws std::runtime_error when none is named and the user has no home.
 std::filesystem::path StateDirectory(const Options& options);
 std::filesystem::path EosDirectory(const std::filesystem::path& state_directory);
 
-// Before the plugin is loaded. Returns "" or why the directory cannot be made; sign-ins are then
-// possible, but not kept.
-std::string UseStateDirectory(const std::filesystem::path& directory);
+// Before the first call of the plugin. Makes the directory; where that fails sign-ins are possible,
+// but not kept.
+void UseStateDirectory(const std::filesystem::path& directory);
+
+// The environment variable that names the world of an EOS library that plays one.
+inline constexpr char kWorldVariable[] = "ZELK_EOS_WORLD";
 
 // The function by which an EOS library that plays worlds checks one, and what it says: "" or what
 // is wrong.

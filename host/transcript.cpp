@@ -7,9 +7,16 @@
 #include <cstddef>
 
 #include "platform.h"
+#include "text.h"
 
 namespace zelk::host {
 namespace {
+
+// Between two columns.
+constexpr std::size_t kGap = 2;
+
+// A longer cell only moves the rest of its own row.
+constexpr std::size_t kWidestInFile = 40;
 
 struct CodeRow {
   int32_t code;
@@ -46,47 +53,7 @@ bool UseColour() {
   return use;
 }
 
-struct WidthRow {
-  uint32_t first, last;
-  std::size_t width;
-};
-
-// Code points that do not take one column; the rest does.
-constexpr std::array kWidths{
-    WidthRow{0x0300, 0x036F, 0},   WidthRow{0x200B, 0x200F, 0},   WidthRow{0xFE00, 0xFE0F, 0},
-    WidthRow{0x1100, 0x115F, 2},   WidthRow{0x2E80, 0xA4CF, 2},   WidthRow{0xAC00, 0xD7A3, 2},
-    WidthRow{0xF900, 0xFAFF, 2},   WidthRow{0xFE30, 0xFE6F, 2},   WidthRow{0xFF00, 0xFF60, 2},
-    WidthRow{0xFFE0, 0xFFE6, 2},   WidthRow{0x1F300, 0x1F64F, 2}, WidthRow{0x1F900, 0x1F9FF, 2},
-    WidthRow{0x20000, 0x3FFFD, 2},
-};
-
-std::size_t Width(uint32_t code_point) {
-  for (const WidthRow& row : kWidths) {
-    if (code_point >= row.first && code_point <= row.last) return row.width;
-  }
-  return 1;
-}
-
-bool Continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
-
-// The code point that begins at `position`, which moves behind it. Bits that mark a lead byte go.
-uint32_t NextCodePoint(std::string_view text, std::size_t& position) {
-  const auto lead = static_cast<unsigned char>(text[position++]);
-  uint32_t code_point = lead < 0x80U ? lead : lead < 0xE0U ? lead & 0x1FU : lead & 0x0FU;
-  while (position < text.size() && Continues(text[position])) {
-    code_point = code_point << 6U | (static_cast<unsigned char>(text[position++]) & 0x3FU);
-  }
-  return code_point;
-}
-
-std::size_t DisplayWidth(std::string_view text) {
-  std::size_t width = 0;
-  for (std::size_t position = 0; position < text.size();) {
-    width += Width(NextCodePoint(text, position));
-  }
-  return width;
-}
-
+// The widths of the columns as the cells need them.
 std::vector<std::size_t> ColumnWidths(const std::vector<Row>& rows) {
   std::vector<std::size_t> widths;
   for (const Row& row : rows) {
@@ -98,11 +65,24 @@ std::vector<std::size_t> ColumnWidths(const std::vector<Row>& rows) {
   return widths;
 }
 
+// Takes columns from the widest until a line fits, as long as something can be told of it.
+void Narrow(std::vector<std::size_t>& widths, std::size_t line_width) {
+  constexpr std::size_t kNarrowest = 8;
+  std::size_t width = kGap * (widths.size() - 1);
+  for (std::size_t& column : widths) width += column = std::min(column, line_width);
+  for (; width > line_width; --width) {
+    std::size_t& widest = *std::ranges::max_element(widths);
+    if (widest <= kNarrowest) return;
+    --widest;
+  }
+}
+
 std::string Line(const Row& row, const std::vector<std::size_t>& widths) {
   std::string line;
   for (std::size_t i = 0; i < row.size(); ++i) {
-    line += Printable(row[i]);
-    line.append(widths[i] - DisplayWidth(row[i]) + 2, ' ');
+    const std::size_t width = DisplayWidth(row[i]);
+    line += row[i];
+    line.append(width < widths[i] ? widths[i] - width + kGap : kGap, ' ');
   }
   return line.substr(0, line.find_last_not_of(' ') + 1);
 }
@@ -158,20 +138,25 @@ std::string Foot(const FriendResult& result, int32_t page) {
 
 }  // namespace
 
-std::string Printable(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(),
-      [](char byte) { return static_cast<unsigned char>(byte) < 0x20U || byte == 0x7F; }, '?');
-  return text;
-}
-
 std::string Styled(Style style, std::string_view text) {
   if (!UseColour()) return std::string(text);
   return fmt::format("{}{}\x1b[0m", kEscapes[static_cast<std::size_t>(style)], text);
 }
 
-std::string Table(const std::vector<Row>& rows, std::string_view indent) {
-  const std::vector<std::size_t> widths = ColumnWidths(rows);
+std::string Table(std::vector<Row> rows, std::string_view indent) {
+  if (rows.empty()) return "";
+  for (Row& row : rows) {
+    for (std::string& cell : row) cell = Printable(cell);
+  }
+  std::vector<std::size_t> widths = ColumnWidths(rows);
+  if (const auto terminal = TerminalWidth()) {
+    Narrow(widths, std::max(*terminal, indent.size() + 1) - indent.size());
+    for (Row& row : rows) {
+      for (std::size_t i = 0; i < row.size(); ++i) row[i] = Shortened(row[i], widths[i]);
+    }
+  } else {
+    for (std::size_t& width : widths) width = std::min(width, kWidestInFile);
+  }
   std::string table;
   for (const Row& row : rows) table += fmt::format("{}{}\n", indent, Line(row, widths));
   return table;

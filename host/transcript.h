@@ -17,13 +17,10 @@ enum class Style { kBold, kDim, kGood, kDoubtful, kBad };
 // As it is when standard output is no terminal or the environment has NO_COLOR.
 std::string Styled(Style style, std::string_view text);
 
-// Texts come from elsewhere: control characters become "?", so that none can steer the terminal.
-std::string Printable(std::string text);
-
-// Columns of equal width, two blanks apart, as wide as the terminal shows them; every line behind
-// `indent`. Printable.
+// Columns two blanks apart, every line behind `indent`. Printable. On a terminal the lines fit it,
+// and cells are cut for that; elsewhere no cell is cut, for a program may read them.
 using Row = std::vector<std::string>;
-std::string Table(const std::vector<Row>& rows, std::string_view indent);
+std::string Table(std::vector<Row> rows, std::string_view indent);
 
 // The JSON object in a text of a record; without members when the text is none.
 Json Document(const std::string& text);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 
 namespace zelk::host {
@@ -61,6 +62,14 @@ std::string PinGrantIn(std::string_view text) {
 bool WorkRecorder::HasOpenWork() {
   const std::scoped_lock lock(mutex_);
   return std::any_of(work_.begin(), work_.end(), [](const Work& work) { return work.is_open; });
+}
+
+std::string WorkRecorder::WaitingFor() {
+  const std::scoped_lock lock(mutex_);
+  const auto work = std::ranges::find(work_, true, &Work::is_open);
+  if (work == work_.end()) return "EOS";
+  const bool is_players = work->call == kSignIn && work->about == kByLoginMode;
+  return is_players ? "the player to sign in" : work->call;
 }
 
 void WorkRecorder::EndLookUp(const std::string& outcome) {
@@ -143,8 +152,9 @@ void WorkRecorder::End(Work& work, const std::string& outcome) {
   work.outcome = outcome;
 }
 
-void TickUntilComplete(Game& game, WorkRecorder& recorder, int32_t max_ticks) {
-  for (int32_t i = 0; i < max_ticks && recorder.HasOpenWork(); ++i) game.Frame();
+void TickUntilComplete(Game& game, WorkRecorder& recorder) {
+  constexpr std::chrono::seconds kPatience{5};
+  game.WaitUntil([&recorder] { return !recorder.HasOpenWork(); }, kPatience);
 }
 
 }  // namespace zelk::host

@@ -43,6 +43,9 @@ class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
 
   bool HasOpenWork();
 
+  // The open work for a person who waits for its completion.
+  std::string WaitingFor();
+
   // By what the player was signed in since the last `Take`, as `Work::about`; "" by nothing.
   std::string SignedInBy();
 
@@ -70,7 +73,7 @@ class WorkRecorder final : public spdlog::sinks::base_sink<std::mutex> {
   bool is_signing_out_ = false;  // since the plugin's last line
 };
 
-// For a sign-out or a PIN grant: its result comes first, and what EOS has to do for it afterwards.
-void TickUntilComplete(Game& game, WorkRecorder& recorder, int32_t max_ticks = 5000);
+// For a sign-out: its result comes first, and what EOS has to do for it afterwards.
+void TickUntilComplete(Game& game, WorkRecorder& recorder);
 
 }  // namespace zelk::host
