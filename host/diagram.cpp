@@ -157,7 +157,7 @@ DiagramFile::DiagramFile(const std::string& name, bool append)
 void DiagramFile::Write(const std::string& messages) const {
   const std::string text = text_ + messages;
   if (is_replaced_) {
-    if (const std::error_code error = common::ReplaceFile(file_, text)) Refuse(error.message());
+    if (const std::error_code error = common::WriteAtomically(file_, text)) Refuse(error.message());
     return;
   }
   std::ofstream file(file_, std::ios::binary);

@@ -154,7 +154,7 @@ std::optional<std::string> ReadFile(const path& file) {
   return text;
 }
 
-std::error_code ReplaceFile(const path& file, std::string_view contents) {
+std::error_code WriteAtomically(const path& file, std::string_view contents) {
   std::error_code error = MakeDirectory(DirectoryOf(file));
   if (error) return error;
   path temporary = TemporaryPrefix(file);

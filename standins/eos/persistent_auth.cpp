@@ -42,7 +42,7 @@ void KeepPersistentAuth(const Platform& platform, const Session& session) {
   if (platform.cache_directory.empty()) return;
   const Json json{{"account_id", session.id->text}, {"refresh_token", session.refresh_token}};
   const std::filesystem::path file = PathFromSystemText(PathOf(platform));
-  const std::error_code error = zelk::common::ReplaceFile(file, json.dump(2) + "\n");
+  const std::error_code error = zelk::common::WriteAtomically(file, json.dump(2) + "\n");
   zelk::common::RemoveLeftovers(file);
   if (!error) return;
   Log(kLogAuth, EOS_LOG_Error, "Persistent authorisation cannot be written: ", PathOf(platform));

@@ -157,7 +157,7 @@ class Store {
                      Utf8FromPath(File()).c_str());
       return false;
     }
-    const std::error_code error = common::ReplaceFile(File(), ToText(*entries_));
+    const std::error_code error = common::WriteAtomically(File(), ToText(*entries_));
     if (!std::exchange(cleared_, true)) common::RemoveLeftovers(File());
     if (error) {
       ZELK_LOG_ERROR("[%s] cannot be written: %s", Utf8FromPath(File()).c_str(),
