@@ -41,9 +41,16 @@ endif()
 
 list(TRANSFORM exports STRIP)
 list(SORT exports)
-set(expected ${SEND_MESSAGE} zelk_epic_auth_auto_login zelk_epic_auth_login zelk_epic_auth_logout
-  zelk_epic_friend_queryfriends zelk_epic_shutdown zelk_epic_update)
-if(NOT exports STREQUAL expected)
+# What the header declares, and the friend message as the compilers of the library decorate it.
+file(READ ${SOURCE_DIR}/src/zelk_epic.h header)
+string(REGEX MATCHALL "ZELK_EPIC_API void [a-z_]+" expected "${header}")
+list(TRANSFORM expected REPLACE ".* " "")
+file(READ ${SOURCE_DIR}/host/plugin_library.h header)
+string(REGEX MATCH "_ZN4zelk6Friend[A-Za-z0-9_]+" send_message "${header}")
+list(APPEND expected ${send_message})
+list(SORT expected)
+list(LENGTH expected count)
+if(NOT exports STREQUAL expected OR NOT count EQUAL 7)
   message(SEND_ERROR "exports ${exports}\ninstead of ${expected}")
 endif()
 

@@ -1,4 +1,5 @@
 // The entry points, the platform's beginning and end, signing out, and what a shutdown overtakes.
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -15,12 +16,12 @@ TEST_F(Lifecycle, CallsBeforeTheFirstLoginTouchNothing) {
   Tick();
   Shutdown();
   QueryFriends("friends", 1, 10);
-  EXPECT_EQ(TakeResult().base.ret_code, 10);
+  EXPECT_EQ(TakeResult().base.ret_code, kResultNeedLogin);
   EXPECT_THAT(eos_standin::Calls(), IsEmpty());
   Logout("out");
   ExpectAnswers("out", 0);
   Tick();
-  EXPECT_EQ(LinesSaying("EpicAuth construction").size(), 1U);
+  EXPECT_EQ(CountLines("EpicAuth construction"), 1);
   EXPECT_EQ(CountCalls("EOS_Auth_Logout"), 0);
 }
 
@@ -35,7 +36,7 @@ TEST_F(Lifecycle, FirstCallsOnManyThreadsMakeOneObject) {
   }
   go = true;
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(LinesSaying("EpicAuth construction").size(), 1U);
+  EXPECT_EQ(CountLines("EpicAuth construction"), 1);
 }
 
 TEST_F(Lifecycle, FriendMessagesGoToTheCore) {
@@ -62,10 +63,10 @@ TEST_F(Lifecycle, LogoutIsAnsweredAtOnceAndForgetsEverything) {
   Logout("out");
   const Result result = TakeResult();
   EXPECT_EQ(result.type, "BaseResult");
-  EXPECT_EQ(result.observer_id, 105U);
+  EXPECT_EQ(result.observer_id, kBaseResultObserver);
   EXPECT_TRUE(result.flag);
-  EXPECT_EQ(result.base.method_id, 107);
-  EXPECT_EQ(result.base.ret_code, 0);
+  EXPECT_EQ(result.base.method_id, kMethodIDAuthLogout);
+  EXPECT_EQ(result.base.ret_code, kResultSuccess);
   Tick(2);
   EXPECT_THAT(OwnLines(),
               ElementsAre("1 Logout [ out ], epic logout",
@@ -81,10 +82,10 @@ TEST_F(Lifecycle, LogoutIsAnsweredAtOnceAndForgetsEverything) {
   EXPECT_EQ(StoredParameters(), "");
   AutoLogin("auto");
   const Result nothing_stored = TakeResult();
-  EXPECT_EQ(nothing_stored.base.method_id, 101);
-  EXPECT_EQ(nothing_stored.base.ret_code, 11);
+  EXPECT_EQ(nothing_stored.base.method_id, kMethodIDAuthAutoLogin);
+  EXPECT_EQ(nothing_stored.base.ret_code, kResultInvalidArgument);
   QueryFriends("friends", 1, 10);
-  EXPECT_EQ(TakeResult().base.ret_code, 10);
+  EXPECT_EQ(TakeResult().base.ret_code, kResultNeedLogin);
   SignIn();  // both attempts: the persistent authorisation is gone
   ExpectAnswers("sign-in", 2);
   EXPECT_EQ(CountCalls("EOS_Auth_Login"), 4);
@@ -92,11 +93,11 @@ TEST_F(Lifecycle, LogoutIsAnsweredAtOnceAndForgetsEverything) {
 
 TEST_F(Lifecycle, LogoutThatEosRefusesIsASuccessAllTheSame) {
   SignIn();
-  Fail("EOS_Auth_Logout", 8);
-  Fail("EOS_Auth_DeletePersistentAuth", 1);
+  Fail({.call = "EOS_Auth_Logout", .result = EOS_TooManyRequests});
+  Fail({.call = "EOS_Auth_DeletePersistentAuth", .result = EOS_NoConnection});
   ForgetLines();
   Logout("out");
-  EXPECT_EQ(TakeResult().base.ret_code, 0);
+  EXPECT_EQ(TakeResult().base.ret_code, kResultSuccess);
   Tick(2);
   const std::vector<std::string> lines = OwnLines();
   ASSERT_EQ(lines.size(), 7U);
@@ -115,11 +116,11 @@ TEST_F(Lifecycle, LogoutWithNobodySignedInStillAsksEos) {
   eos_standin::AddRule({.call = "EOS_Auth_Logout", .null_data = true});
   eos_standin::AddRule({.call = "EOS_Auth_DeletePersistentAuth", .null_data = true});
   Logout("null");
-  for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, 0);
+  for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, kResultSuccess);
   Tick(2);
   EXPECT_EQ(CountCalls("EOS_Auth_Logout"), 3);
   EXPECT_TRUE(CallsOf("EOS_Auth_Logout").at(1)["LocalUserId"].is_null());
-  EXPECT_EQ(LinesSaying("NULL Data for CallbackFn").size(), 2U);
+  EXPECT_EQ(CountLines("NULL Data for CallbackFn"), 2);
 }
 
 // --- the shutdown ---
@@ -136,37 +137,38 @@ TEST_F(Lifecycle, ShutdownIsFinalAndAnsweredFor) {
                           ",EOS_NotConfigured"));
   const std::size_t calls = eos_standin::Calls().size();
   Tick(3);
-  LogIn("in", kPortal, "", 150);  // a login method that leaves the store alone
+  LogIn("in", kPortal, "", kMethodIDAuthBind);  // a login method that leaves the store alone
   const Result login = TakeResult();
   EXPECT_EQ(login.type, "AuthResult");
-  EXPECT_EQ(login.base.ret_code, 17);
-  EXPECT_EQ(LinesSaying("[in], epic_platform_handle_ is null").size(), 1U);
+  EXPECT_EQ(login.base.ret_code, kResultNotInitialized);
+  EXPECT_EQ(CountLines("[in], epic_platform_handle_ is null"), 1);
   QueryFriends("friends", 1, 10);
-  EXPECT_EQ(TakeResult().base.ret_code, 10);
+  EXPECT_EQ(TakeResult().base.ret_code, kResultNeedLogin);
   EXPECT_EQ(StoredParameters(), kPortal);
   Logout("out");
   const Result logout = TakeResult();
   EXPECT_EQ(logout.type, "BaseResult");
-  EXPECT_EQ(logout.base.ret_code, 17);
-  EXPECT_EQ(logout.base.method_id, 107);
+  EXPECT_EQ(logout.base.ret_code, kResultNotInitialized);
+  EXPECT_EQ(logout.base.method_id, kMethodIDAuthLogout);
   EXPECT_EQ(StoredParameters(), "");
   EXPECT_EQ(eos_standin::Calls().size(), calls);
 }
 
 struct OvertakenRow {
   const char* name;
-  const char* call;  // the call that EOS does not answer in time
-  bool completes_on_release;
-  int32_t ret_code;
+  const char* call;  // that EOS does not answer in time
+  bool completes_on_release = false;
+  zelk::ResultCode ret_code = kResultNotInitialized;
 };
 
 class Overtaken : public Lifecycle, public testing::WithParamInterface<OvertakenRow> {};
 
 // Whatever stage a login is at: one answer, no new work for EOS, nothing left over.
 TEST_P(Overtaken, LoginIsAnsweredOnce) {
+  const OvertakenRow& row = GetParam();
   World(NewcomerWorld());
-  eos_standin::CompleteOnRelease(GetParam().completes_on_release);
-  eos_standin::AddRule({.call = GetParam().call, .times = 0, .after_ticks = 1'000'000});
+  eos_standin::CompleteOnRelease(row.completes_on_release);
+  eos_standin::AddRule({.call = row.call, .times = 0, .after_ticks = 1'000'000});
   LogIn("s1", kPortal);
   LogIn("s2", kPortal);
   Tick(20);
@@ -177,23 +179,84 @@ TEST_P(Overtaken, LoginIsAnsweredOnce) {
   const std::vector<Result> results = TakeResults();
   ASSERT_EQ(results.size(), 2U);
   for (const Result& result : results) {
-    EXPECT_EQ(result.base.ret_code, GetParam().ret_code);
-    EXPECT_EQ(LinesSaying("[" + result.seq_id + "], epic_platform_handle_ is null").size(),
-              GetParam().ret_code == 17 ? 1U : 0U);
+    EXPECT_EQ(result.base.ret_code, row.ret_code);
+    EXPECT_EQ(CountLines("[" + result.seq_id + "], epic_platform_handle_ is null"),
+              row.ret_code == kResultNotInitialized ? 1 : 0);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Stages, Overtaken,
-    testing::Values(OvertakenRow{"Auth", "EOS_Auth_Login", false, 17},
-                    OvertakenRow{"Connect", "EOS_Connect_Login", false, 17},
-                    OvertakenRow{"CreateUser", "EOS_Connect_CreateUser", false, 17},
-                    OvertakenRow{"UserInfo", "EOS_UserInfo_QueryUserInfo", false, 17},
-                    OvertakenRow{"AuthCompleting", "EOS_Auth_Login", true, 17},
-                    OvertakenRow{"ConnectCompleting", "EOS_Connect_Login", true, 9999},
-                    OvertakenRow{"CreateUserCompleting", "EOS_Connect_CreateUser", true, 9999},
-                    OvertakenRow{"UserInfoCompleting", "EOS_UserInfo_QueryUserInfo", true, 0}),
-    [](const auto& row) { return row.param.name; });
+    testing::Values(OvertakenRow{.name = "Auth", .call = "EOS_Auth_Login"},
+                    OvertakenRow{.name = "Connect", .call = "EOS_Connect_Login"},
+                    OvertakenRow{.name = "CreateUser", .call = "EOS_Connect_CreateUser"},
+                    OvertakenRow{.name = "UserInfo", .call = "EOS_UserInfo_QueryUserInfo"},
+                    OvertakenRow{.name = "AuthCompleting",
+                                 .call = "EOS_Auth_Login",
+                                 .completes_on_release = true},
+                    OvertakenRow{.name = "ConnectCompleting",
+                                 .call = "EOS_Connect_Login",
+                                 .completes_on_release = true,
+                                 .ret_code = kResultThirdError},
+                    OvertakenRow{.name = "CreateUserCompleting",
+                                 .call = "EOS_Connect_CreateUser",
+                                 .completes_on_release = true,
+                                 .ret_code = kResultThirdError},
+                    OvertakenRow{.name = "UserInfoCompleting",
+                                 .call = "EOS_UserInfo_QueryUserInfo",
+                                 .completes_on_release = true,
+                                 .ret_code = kResultSuccess}),
+    kNameOfRow);
+
+// --- completions without what they should bring ---
+
+TEST_F(Lifecycle, CompletionsThatLackSomethingAreLoggedAndLoseNothing) {
+  const struct {
+    const char* call;
+    const char* function;  // that EOS calls
+    const char* without_data;
+    const char* without_client_data;
+  } rows[] = {
+      {"EOS_Auth_Login", "LoginCompleteCallbackFn", "NULL Data for LoginCompleteCallbackFn",
+       "LoginCompleteCallbackFn ClientData is null, memory leak"},
+      {"EOS_Connect_Login", "ConnectLoginCompleteCb", "NULL Data for ConnectLoginCompleteCb",
+       "NULL ClientData for ConnectLoginCompleteCb"},
+      {"EOS_Connect_CreateUser", "ConnectCreateUserCompleteCb",
+       "NULL Data for ConnectCreateUserCompleteCb",
+       "nullptr ClientData for ConnectCreateUserCompleteCb"},
+      {"EOS_UserInfo_QueryUserInfo", "QueryUserInfoCompleteCallbackFn",
+       "NULL Data for QueryUserInfoCompleteCallbackFn",
+       "nullptr ClientData for QueryUserInfoCompleteCallbackFn"},
+      {"EOS_Friends_QueryFriends", "QueryFriendsCompleteCallbackFn", "NULL Data for CallbackFn",
+       "NULL ClientData for CallbackFn"},
+      {"EOS_UserInfo_QueryUserInfo", "QueryFriendUserInfoCompleteCallbackFn",
+       "NULL Data for CallbackFn", "NULL ClientData for CallbackFn"},
+  };
+  World(NewcomerWorld(1));
+  SignIn();
+  for (const auto& row : rows) {
+    for (const bool null_data : {true, false}) {
+      const std::string line = std::string("3 ") + row.function + " " +
+                               (null_data ? row.without_data : row.without_client_data);
+      eos_standin::ClearRules();
+      eos_standin::AddRule(
+          {.call = row.call, .null_data = null_data, .null_client_data = !null_data});
+      Fail({.call = "EOS_Connect_Login", .result = EOS_InvalidUser});
+      ForgetLines();
+      const bool is_friends = std::string(row.function).find("Friend") != std::string::npos;
+      is_friends ? QueryFriends(line, 1, 10) : LogIn(line, kPortal);
+      while (!testing::Value(OwnLines(), Contains(line))) Tick();
+      Tick(10);
+      EXPECT_EQ(std::ranges::count(OwnLines(), line), 1) << line;
+      EXPECT_THAT(TakeResults(), IsEmpty());
+    }
+  }
+  Shutdown();
+  for (const Result& result : TakeResults()) {
+    EXPECT_EQ(result.base.ret_code,
+              result.type == "AuthResult" ? kResultNotInitialized : kResultNeedLogin);
+  }
+}
 
 }  // namespace
 }  // namespace zelk_test

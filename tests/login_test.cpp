@@ -1,6 +1,8 @@
 // Signing in: the login request, the two Auth attempts, Connect, the display name, the result.
+#include <algorithm>
 #include <fstream>
 
+#include "eos_auth_types.h"
 #include "plugin_test.h"
 #include "zelk_foundation_standin.h"
 
@@ -8,16 +10,20 @@ namespace zelk_test {
 namespace {
 
 using zelk_test::PrintTo;
+using enum EOS_EAuthScopeFlags;
+using enum EOS_ELogLevel;
+using enum EOS_ELoginCredentialType;
+using enum zelk::LogLevel;
 
 class Login : public PluginTest {
  protected:
-  void ExpectFailure(const Result& result, int32_t ret_code, int32_t third_code,
-                     const std::string& third_msg) {
+  void ExpectFailure(const Result& result, zelk::ResultCode ret_code,
+                     EOS_EResult third_code = EOS_Success, const std::string& third_msg = "") {
     EXPECT_EQ(result.type, "AuthResult");
-    EXPECT_EQ(result.observer_id, 101U);
+    EXPECT_EQ(result.observer_id, kAuthResultObserver);
     EXPECT_TRUE(result.flag);
     EXPECT_EQ(result.base.ret_code, ret_code);
-    EXPECT_EQ(result.base.third_code, third_code);
+    EXPECT_EQ(result.base.third_code, static_cast<int32_t>(third_code));
     EXPECT_EQ(result.base.third_msg.c_str(), third_msg);
   }
   Json Document(const Result& result) { return Json::parse(result.login.channel_info); }
@@ -108,10 +114,10 @@ TEST_F(Login, AnswersWithTheLoginDocumentInItsOrder) {
   TickUntilAnswered();
   const Result result = TakeResult();
   EXPECT_EQ(result.type, "AuthPluginResult");
-  EXPECT_EQ(result.observer_id, 106U);
+  EXPECT_EQ(result.observer_id, kAuthPluginResultObserver);
   EXPECT_FALSE(result.flag);
-  EXPECT_EQ(result.base.method_id, 102);
-  EXPECT_EQ(result.base.ret_code, 0);
+  EXPECT_EQ(result.base.method_id, kMethodIDAuthLogin);
+  EXPECT_EQ(result.base.ret_code, kResultSuccess);
   EXPECT_EQ(result.login.channel, "Epic");
   EXPECT_EQ(result.login.channelid, 24);
   EXPECT_EQ(result.login.openid, kPlayerId);
@@ -154,17 +160,17 @@ TEST_F(Login, PassesTheConfigurationAndTheCacheDirectoryToEos) {
   EXPECT_TRUE(std::filesystem::exists(directory() / "EOS_PersistentAuth.json"));
   const Json connect = CallsOf("EOS_Connect_Login").at(0);
   EXPECT_EQ(connect["ApiVersion"], 2);
-  EXPECT_EQ(connect["Credentials"]["Type"], 0);
+  EXPECT_EQ(connect["Credentials"]["Type"], EOS_EExternalCredentialType::EOS_ECT_EPIC);
   EXPECT_TRUE(connect["UserLoginInfo"].is_null());
 }
 
 struct ModeRow {
   const char* name;
   const char* extra_json;
-  int type;
-  Json id;
-  Json token;
-  int32_t third_code;  // 0: signs in
+  EOS_ELoginCredentialType type = EOS_LCT_Password;
+  Json id = nullptr;
+  Json token = nullptr;
+  EOS_EResult result = EOS_Success;
 };
 
 class LoginMode : public Login, public testing::WithParamInterface<ModeRow> {};
@@ -173,43 +179,64 @@ TEST_P(LoginMode, IsTriedAfterThePersistentAuthorisation) {
   const ModeRow& row = GetParam();
   LogIn("s1", row.extra_json, "friends_list");
   TickUntilAnswered();
+  const Result result = TakeResult();
+  EXPECT_EQ(result.type, row.result == EOS_Success ? "AuthPluginResult" : "AuthResult");
+  EXPECT_EQ(result.base.third_code, static_cast<int32_t>(row.result));
   const std::vector<Json> logins = CallsOf("EOS_Auth_Login");
   ASSERT_EQ(logins.size(), 2U);
-  EXPECT_EQ(logins[0]["ApiVersion"], 2);
-  EXPECT_EQ(logins[0]["ScopeFlags"], 2);
-  EXPECT_EQ(logins[0]["Credentials"]["ApiVersion"], 2);
-  EXPECT_EQ(logins[0]["Credentials"]["Type"], 2);
-  EXPECT_TRUE(logins[0]["Credentials"]["Id"].is_null());
-  EXPECT_TRUE(logins[0]["Credentials"]["Token"].is_null());
-  EXPECT_EQ(logins[1]["ApiVersion"], 2);
-  EXPECT_EQ(logins[1]["ScopeFlags"], 2);
-  EXPECT_EQ(logins[1]["Credentials"]["Type"], row.type);
-  EXPECT_EQ(logins[1]["Credentials"]["Id"], row.id);
-  EXPECT_EQ(logins[1]["Credentials"]["Token"], row.token);
-  const Result result = TakeResult();
-  EXPECT_EQ(result.type, row.third_code == 0 ? "AuthPluginResult" : "AuthResult");
-  EXPECT_EQ(result.base.third_code, row.third_code);
+  Json expected = {
+      {"ApiVersion", 2}, {"Type", EOS_LCT_PersistentAuth}, {"Id", nullptr}, {"Token", nullptr}};
+  for (const Json& login : logins) {
+    EXPECT_EQ(login["ApiVersion"], 2);
+    EXPECT_EQ(login["ScopeFlags"], EOS_AS_FriendsList);
+    for (const auto& [key, value] : expected.items()) EXPECT_EQ(login["Credentials"][key], value);
+    expected.update({{"Type", row.type}, {"Id", row.id}, {"Token", row.token}});
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Modes, LoginMode,
     testing::Values(
-        ModeRow{"IDPassword", R"({"LoginMode":"IDPassword","ID":"player","Password":"secret"})", 0,
-                "player", "secret", 0},
-        ModeRow{"WrongPassword", R"({"LoginMode":"IDPassword","ID":"player","Password":"guess"})",
-                0, "player", "guess", 2},
-        ModeRow{"EmptyPassword", R"({"LoginMode":"IDPassword","ID":"player","Password":""})", 0,
-                "player", "", 10},
-        ModeRow{"DevAuth", R"({"LoginMode":"DevAuth","ID":"player","Password":"secret"})", 4,
-                "player", "secret", 0},
-        ModeRow{"ExchangeCode", R"({"LoginMode":"ExchangeCode","Code":"code"})", 1, nullptr, "code",
-                0},
-        ModeRow{"NumberAsCode", R"({"LoginMode":"ExchangeCode","Code":42})", 1, nullptr, "42", 2},
-        ModeRow{"PinGrant", R"({"LoginMode":"PinGrant"})", 3, nullptr, nullptr, 1020},
-        ModeRow{"AccountPortal", kPortal, 6, nullptr, nullptr, 0},
-        ModeRow{"OtherWord", R"({"LoginMode":"accountportal"})", 0, nullptr, nullptr, 10},
-        ModeRow{"NoWord", R"({"LoginMode":[1]})", 0, nullptr, nullptr, 10}),
-    [](const auto& row) { return row.param.name; });
+        ModeRow{.name = "IDPassword",
+                .extra_json = R"({"LoginMode":"IDPassword","ID":"player","Password":"secret"})",
+                .id = "player",
+                .token = "secret"},
+        ModeRow{.name = "WrongPassword",
+                .extra_json = R"({"LoginMode":"IDPassword","ID":"player","Password":"guess"})",
+                .id = "player",
+                .token = "guess",
+                .result = EOS_InvalidCredentials},
+        ModeRow{.name = "EmptyPassword",
+                .extra_json = R"({"LoginMode":"IDPassword","ID":"player","Password":""})",
+                .id = "player",
+                .token = "",
+                .result = EOS_InvalidParameters},
+        ModeRow{.name = "DevAuth",
+                .extra_json = R"({"LoginMode":"DevAuth","ID":"player","Password":"secret"})",
+                .type = EOS_LCT_Developer,
+                .id = "player",
+                .token = "secret"},
+        ModeRow{.name = "ExchangeCode",
+                .extra_json = R"({"LoginMode":"ExchangeCode","Code":"code"})",
+                .type = EOS_LCT_ExchangeCode,
+                .token = "code"},
+        ModeRow{.name = "NumberAsCode",
+                .extra_json = R"({"LoginMode":"ExchangeCode","Code":42})",
+                .type = EOS_LCT_ExchangeCode,
+                .token = "42",
+                .result = EOS_InvalidCredentials},
+        ModeRow{.name = "PinGrant",
+                .extra_json = R"({"LoginMode":"PinGrant"})",
+                .type = EOS_LCT_DeviceCode,
+                .result = EOS_Auth_PinGrantCode},
+        ModeRow{.name = "AccountPortal", .extra_json = kPortal, .type = EOS_LCT_AccountPortal},
+        ModeRow{.name = "OtherWord",
+                .extra_json = R"({"LoginMode":"accountportal"})",
+                .result = EOS_InvalidParameters},
+        ModeRow{.name = "NoWord",
+                .extra_json = R"({"LoginMode":[1]})",
+                .result = EOS_InvalidParameters}),
+    kNameOfRow);
 
 struct ArgumentRow {
   const char* name;
@@ -223,11 +250,9 @@ class LoginArgument : public Login, public testing::WithParamInterface<ArgumentR
 TEST_P(LoginArgument, ThatIsMissingIsRefused) {
   const ArgumentRow& row = GetParam();
   LogIn("s1", row.extra_json, "nonsense");
-  ExpectFailure(TakeResult(), 11, 0, "");
-  EXPECT_EQ(
-      LinesSaying(std::string("[s1], LoginEndWithInvalidArgument [") + row.argument + "]").size(),
-      1U);
-  EXPECT_EQ(LinesSaying("[s1], epic invalid permission: nonsense").size(), row.platform ? 1U : 0U);
+  ExpectFailure(TakeResult(), kResultInvalidArgument);
+  EXPECT_EQ(CountLines(std::string("[s1], LoginEndWithInvalidArgument [") + row.argument + "]"), 1);
+  EXPECT_EQ(CountLines("[s1], epic invalid permission: nonsense"), row.platform ? 1 : 0);
   EXPECT_EQ(CountCalls("EOS_Initialize"), row.platform ? 1 : 0);
   EXPECT_EQ(CountCalls("EOS_Auth_Login"), 0);
 }
@@ -251,115 +276,103 @@ INSTANTIATE_TEST_SUITE_P(
         ArgumentRow{"NoDevPassword", R"({"LoginMode":"DevAuth","ID":""})", "Password", true},
         ArgumentRow{"NoCode", R"({"LoginMode":"ExchangeCode","ID":"a","Password":"b"})", "Code",
                     true}),
-    [](const auto& row) { return row.param.name; });
+    kNameOfRow);
 
 TEST_F(Login, TurnsPermissionWordsIntoScopeFlags) {
   std::string many = "presence";
   for (int i = 0; i < 100'000; ++i) many += ",x";
   const struct {
     std::string words;
-    int flags;
-    std::size_t invalid;
+    EOS_EAuthScopeFlags flags;
+    int64_t invalid;
   } rows[] = {
-      {"", 0, 0},
-      {"basic_profile,friends_list,presence", 7, 0},
-      {"presence,presence", 4, 0},
-      {"Presence, friends_list,basic_profile ", 0, 3},
-      {",,,", 0, 0},
-      {"  ", 0, 1},
-      {"friends_list,\xff\xfe,", 2, 1},
-      {many, 4, 100'000},
+      {"", EOS_AS_NoFlags, 0},
+      {"basic_profile,friends_list,presence",
+       EOS_AS_BasicProfile | EOS_AS_FriendsList | EOS_AS_Presence, 0},
+      {"presence,presence", EOS_AS_Presence, 0},
+      {"Presence, friends_list,basic_profile ", EOS_AS_NoFlags, 3},
+      {",,,", EOS_AS_NoFlags, 0},
+      {"  ", EOS_AS_NoFlags, 1},
+      {"friends_list,\xff\xfe,", EOS_AS_FriendsList, 1},
+      {many, EOS_AS_Presence, 100'000},
   };
   for (const auto& row : rows) {
     ForgetLines();
     LogIn("s" + row.words.substr(0, 40), kPortal, row.words);
-    std::size_t invalid = 0;
-    for (const Line& line : Lines()) {
-      if (line.level == 2 && line.text.find("epic invalid permission: ") != std::string::npos) {
-        ++invalid;
-      }
-    }
-    EXPECT_EQ(invalid, row.invalid) << row.words.substr(0, 40);
+    EXPECT_EQ(std::ranges::count_if(Lines(),
+                                    [](const Line& line) {
+                                      return line.level == kLogWarning &&
+                                             line.text.find("epic invalid") != std::string::npos;
+                                    }),
+              row.invalid)
+        << row.words.substr(0, 40);
     EXPECT_EQ(CallsOf("EOS_Auth_Login").back()["ScopeFlags"], row.flags);
     TickUntilAnswered();
   }
 }
 
 struct FaultRow {
-  const char* name;
-  const char* call;
-  int32_t given;
-  int64_t skip;      // calls that go well first
-  int32_t ret_code;  // 0: the login succeeds all the same
-  int32_t third_code;
-  const char* third_msg;
-  const char* line;  // a line that says so, with its level in front
+  Fault fault;
+  const char* line;  // that says so, with its level in front
 };
 
 class LoginFault : public Login, public testing::WithParamInterface<FaultRow> {};
 
-TEST_P(LoginFault, EndsTheLoginAsItShould) {
-  const FaultRow& row = GetParam();
+TEST_P(LoginFault, IsLogged) {
   World(NewcomerWorld());
-  Fail(row.call, row.given, 0, row.skip);
+  Fail(GetParam().fault);
   LogIn("s1", kPortal);
   TickUntilAnswered();
-  const Result result = TakeResult();
-  EXPECT_EQ(result.base.method_id, 102);
-  if (row.ret_code == 0) {
-    ASSERT_EQ(result.type, "AuthPluginResult");
-    EXPECT_EQ(Document(result)["desc"], "Epic login success");
-  } else {
-    ExpectFailure(result, row.ret_code, row.third_code, row.third_msg);
-    EXPECT_EQ(StoredParameters(), "");
-  }
-  EXPECT_THAT(OwnLines(), Contains(row.line));
+  EXPECT_EQ(TakeResult().base.method_id, kMethodIDAuthLogin);
+  EXPECT_THAT(OwnLines(), Contains(GetParam().line));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, LoginFault,
     testing::Values(
-        FaultRow{"Initialize", "EOS_Initialize", 10, 0, 17, 0, "", "3 Login [s1], Epic init error"},
-        FaultRow{"LogCallback", "EOS_Logging_SetCallback", 14, 0, 0, 0, "",
+        FaultRow{{.call = "EOS_Initialize"}, "3 Login [s1], Epic init error"},
+        FaultRow{{.call = "EOS_Logging_SetCallback"},
                  "3 InitEpic EOS_Logging_SetCallback return failed!"},
-        FaultRow{"Platform", "EOS_Platform_Create", 1, 0, 17, 0, "",
-                 "3 InitEpic [EOS SDK] Platform Create Failed!"},
-        FaultRow{"AuthInterface", "EOS_Platform_GetAuthInterface", 1, 0, 17, 0, "",
+        FaultRow{{.call = "EOS_Platform_Create"}, "3 InitEpic [EOS SDK] Platform Create Failed!"},
+        FaultRow{{.call = "EOS_Platform_GetAuthInterface"},
                  "3 Login [s1], epic_platform_handle_ is null"},
-        FaultRow{"BothAttempts", "EOS_Auth_Login", 8, 0, 9999, 8, "EOS_TooManyRequests",
+        FaultRow{{.call = "EOS_Auth_Login", .result = EOS_TooManyRequests},
                  "3 LoginCompleteCallbackFn Login Failed! Error Code:8 Msg:EOS_TooManyRequests"},
-        FaultRow{"SecondAttempt", "EOS_Auth_Login", 17, 1, 9999, 17, "EOS_Canceled",
+        FaultRow{{.call = "EOS_Auth_Login", .result = EOS_Canceled, .skip = 1},
                  "3 LoginEndWithThirdError [s1], LoginEndWithThirdError, err_code:17, "
                  "err_msg:EOS_Canceled"},
-        FaultRow{"Mfa", "EOS_Auth_Login", 1060, 1, 9999, 1060, "EOS_Auth_MFARequired",
+        FaultRow{{.call = "EOS_Auth_Login", .result = EOS_Auth_MFARequired, .skip = 1},
                  "2 LoginCompleteCallbackFn MFA Code needs to be entered before logging in"},
-        FaultRow{"CopyToken", "EOS_Auth_CopyUserAuthToken", 3, 0, 9999, 3, "EOS_InvalidUser",
+        FaultRow{{.call = "EOS_Auth_CopyUserAuthToken", .result = EOS_InvalidUser},
                  "3 LoginEndWithThirdError [s1], LoginEndWithThirdError, err_code:3, "
                  "err_msg:EOS_InvalidUser"},
-        FaultRow{"ConnectInterface", "EOS_Platform_GetConnectInterface", 1, 0, 9999, 10,
-                 "EOS_InvalidParameters",
+        FaultRow{{.call = "EOS_Platform_GetConnectInterface"},
                  "3 LoginEndWithThirdError [s1], LoginEndWithThirdError, err_code:10, "
                  "err_msg:EOS_InvalidParameters"},
-        FaultRow{"ConnectLogin", "EOS_Connect_Login", 1, 0, 9999, 1, "EOS_NoConnection",
-                 "3 ConnectLoginCompleteCb Connect Login Failed! Error Code:1 "
-                 "Msg:EOS_NoConnection"},
-        FaultRow{"CreateUser", "EOS_Connect_CreateUser", 5, 0, 9999, 5, "EOS_AccessDenied",
+        FaultRow{
+            {.call = "EOS_Connect_Login", .result = EOS_NoConnection},
+            "3 ConnectLoginCompleteCb Connect Login Failed! Error Code:1 Msg:EOS_NoConnection"},
+        FaultRow{{.call = "EOS_Connect_CreateUser", .result = EOS_AccessDenied},
                  "3 LoginEndWithThirdError [s1], LoginEndWithThirdError, err_code:5, "
                  "err_msg:EOS_AccessDenied"},
-        FaultRow{"UserInfoInterface", "EOS_Platform_GetUserInfoInterface", 1, 0, 0, 0, "",
+        FaultRow{{.call = "EOS_Platform_GetUserInfoInterface"},
                  "3 OnEpicPlatfromGetUserInfoFinish Query UserInfo failed"},
-        FaultRow{"UserInfoInterfaceForTheCopy", "EOS_Platform_GetUserInfoInterface", 1, 1, 0, 0, "",
+        FaultRow{{.call = "EOS_Platform_GetUserInfoInterface", .skip = 1},
                  "3 OnEpicPlatfromGetUserInfoFinish Copy UserInfo failed"},
-        FaultRow{"QueryUserInfo", "EOS_UserInfo_QueryUserInfo", 6, 0, 0, 0, "",
-                 "3 QueryUserInfoCompleteCallbackFn Query User Info error:6 "
-                 "msg:EOS_MissingPermissions"},
-        FaultRow{"CopyUserInfo", "EOS_UserInfo_CopyUserInfo", 18, 0, 0, 0, "",
+        FaultRow{
+            {.call = "EOS_UserInfo_QueryUserInfo", .result = EOS_MissingPermissions},
+            "3 QueryUserInfoCompleteCallbackFn Query User Info error:6 msg:EOS_MissingPermissions"},
+        FaultRow{{.call = "EOS_UserInfo_CopyUserInfo"},
                  "3 OnEpicPlatfromGetUserInfoFinish Copy UserInfo failed"},
-        FaultRow{"ProductUserText", "EOS_ProductUserId_ToString", 22, 0, 0, 0, "",
+        FaultRow{{.call = "EOS_ProductUserId_ToString", .result = EOS_LimitExceeded},
                  "3 EpicProductIdToString EOS_EpicAccountId_ToString error:EOS_LimitExceeded"},
-        FaultRow{"AccountText", "EOS_EpicAccountId_ToString", 22, 0, 0, 0, "",
+        FaultRow{{.call = "EOS_EpicAccountId_ToString", .result = EOS_LimitExceeded},
                  "3 EpicAccountIdToString EOS_EpicAccountId_ToString error:EOS_LimitExceeded"}),
-    [](const auto& row) { return row.param.name; });
+    [](const auto& row) {
+      const Fault& fault = row.param.fault;
+      return std::string(fault.call) + "_" + std::to_string(static_cast<int32_t>(fault.result)) +
+             "_" + std::to_string(fault.skip);
+    });
 
 TEST_F(Login, WithoutADisplayNameHasAnEmptyNickname) {
   eos_standin::AddRule({.call = "EOS_UserInfo_CopyUserInfo", .null_texts = true});
@@ -371,42 +384,10 @@ TEST_F(Login, WithoutADisplayNameHasAnEmptyNickname) {
 TEST_F(Login, ByPinGrantIsAnsweredOnceThoughEosCompletesTwice) {
   LogIn("s1", R"({"LoginMode":"PinGrant"})");
   Tick(20);
-  ExpectFailure(TakeResult(), 9999, 1020, "EOS_Auth_PinGrantCode");
+  ExpectFailure(TakeResult(), kResultThirdError, EOS_Auth_PinGrantCode, "EOS_Auth_PinGrantCode");
   EXPECT_THAT(OwnLines(),
               Contains(HasSubstr("2 LoginCompleteCallbackFn Waiting for PIN grant Code:")));
-  EXPECT_EQ(LinesSaying("LoginCompleteCallbackFn base_params_ is null, memory leak").size(), 1U);
-}
-
-TEST_F(Login, LosesNothingWhenEosCompletesWithoutData) {
-  const struct {
-    const char* call;
-    bool client_data;
-    const char* line;
-  } rows[] = {
-      {"EOS_Auth_Login", false, "NULL Data for LoginCompleteCallbackFn"},
-      {"EOS_Auth_Login", true, "LoginCompleteCallbackFn ClientData is null, memory leak"},
-      {"EOS_Connect_Login", false, "NULL Data for ConnectLoginCompleteCb"},
-      {"EOS_Connect_Login", true, "NULL ClientData for ConnectLoginCompleteCb"},
-      {"EOS_Connect_CreateUser", false, "NULL Data for ConnectCreateUserCompleteCb"},
-      {"EOS_Connect_CreateUser", true, "nullptr ClientData for ConnectCreateUserCompleteCb"},
-      {"EOS_UserInfo_QueryUserInfo", false, "NULL Data for QueryUserInfoCompleteCallbackFn"},
-      {"EOS_UserInfo_QueryUserInfo", true,
-       "nullptr ClientData for QueryUserInfoCompleteCallbackFn"},
-  };
-  World(NewcomerWorld());
-  for (const auto& row : rows) {
-    eos_standin::ClearRules();
-    eos_standin::AddRule(
-        {.call = row.call, .null_data = !row.client_data, .null_client_data = row.client_data});
-    Fail("EOS_Connect_Login", 3);
-    ForgetLines();
-    LogIn(std::string("s ") + row.line, kPortal);
-    Tick(10);
-    EXPECT_EQ(LinesSaying(row.line).size(), 1U) << row.line;
-    EXPECT_THAT(TakeResults(), IsEmpty());
-  }
-  Shutdown();
-  for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, 17);
+  EXPECT_EQ(CountLines("LoginCompleteCallbackFn base_params_ is null, memory leak"), 1);
 }
 
 TEST_F(Login, BringsThePlatformUpOnceAndRegistersForExpirationOnce) {
@@ -415,7 +396,7 @@ TEST_F(Login, BringsThePlatformUpOnceAndRegistersForExpirationOnce) {
   ExpectAnswers("sign-in", 2);
   EXPECT_EQ(CountCalls("EOS_Auth_Login"), 3);  // the second time by the persistent authorisation
   EXPECT_EQ(CountCalls("EOS_Initialize"), 1);
-  EXPECT_EQ(LinesSaying("[sign-in], EpicAuth begin InitEpic, init_=true").size(), 1U);
+  EXPECT_EQ(CountLines("[sign-in], EpicAuth begin InitEpic, init_=true"), 1);
   EXPECT_EQ(CountCalls("EOS_Connect_AddNotifyAuthExpiration"), 1);
   EXPECT_EQ(CountCalls("EOS_Platform_GetConnectInterface"), 2);
   EXPECT_EQ(CountCalls("EOS_Platform_GetAuthInterface"), 1);
@@ -425,12 +406,11 @@ TEST_F(Login, EndsWhenAnotherFindsTheConnectInterfaceGone) {
   World(NewcomerWorld());
   LogIn("s1", kPortal);
   Tick(2);  // EOS_Connect_Login is under way
-  Fail("EOS_Platform_GetConnectInterface", 1);
+  Fail({.call = "EOS_Platform_GetConnectInterface"});
   LogIn("s2", kPortal);
   TickUntilAnswered();
   for (const Result& result : TakeResults()) {
-    EXPECT_EQ(result.base.ret_code, 9999) << result.seq_id;
-    EXPECT_EQ(result.base.third_code, 10) << result.seq_id;
+    ExpectFailure(result, kResultThirdError, EOS_InvalidParameters, "EOS_InvalidParameters");
   }
 }
 
@@ -456,7 +436,7 @@ TEST_F(Login, StoresItsOwnTextAfterSuccessAndRemovesItAtTheNextStart) {
   TakeResults();
   EXPECT_EQ(StoredParameters(), text);
   LogIn("s2", "");
-  ExpectFailure(TakeResult(), 11, 0, "");
+  ExpectFailure(TakeResult(), kResultInvalidArgument);
   EXPECT_EQ(StoredParameters(), "");
 }
 
@@ -467,33 +447,39 @@ TEST_F(Login, AutomaticallyUsesTheStoredTextUnlessItBringsItsOwn) {
   TakeResults();
   const struct {
     const char* extra_json;
-    int type;
-  } rows[] = {{"", 0}, {"{}", 0}, {"[]", 0}, {kPortal, 6}, {R"({"LoginMode":""})", 0}};
+    EOS_ELoginCredentialType type;
+  } rows[] = {{"", EOS_LCT_Password},
+              {"{}", EOS_LCT_Password},
+              {"[]", EOS_LCT_Password},
+              {kPortal, EOS_LCT_AccountPortal},
+              {R"({"LoginMode":""})", EOS_LCT_Password}};
   for (const auto& row : rows) {
-    Fail("EOS_Auth_Login", 4, 1);  // the persistent authorisation is of no use
+    // The persistent authorisation is of no use.
+    Fail({.call = "EOS_Auth_Login", .result = EOS_InvalidAuth, .times = 1});
     const std::string seq_id = std::string("auto ") + row.extra_json;
     AutoLogin(seq_id, row.extra_json);
     TickUntilAnswered();
     const Result result = TakeResult();
     EXPECT_EQ(CallsOf("EOS_Auth_Login").back()["Credentials"]["Type"], row.type) << seq_id;
-    EXPECT_EQ(result.base.method_id, 101);
+    EXPECT_EQ(result.base.method_id, kMethodIDAuthAutoLogin);
     if (result.type == "AuthPluginResult") {
       EXPECT_STREQ(result.base.extra_json.c_str(), R"({"autoLoginFlags":false})");
-      EXPECT_EQ(result.observer_id, 106U);
+      EXPECT_EQ(result.observer_id, kAuthPluginResultObserver);
     }
     EXPECT_EQ(StoredParameters(), stored);
   }
 }
 
 TEST_F(Login, WithAnotherMethodLeavesTheStoreAlone) {
+  constexpr int32_t kOtherMethod = kMethodIDAuthBind;
   SignIn();
   const std::string stored = StoredParameters();
-  LogIn("s1", "", "", 150);
-  ExpectFailure(TakeResult(), 11, 0, "");
-  LogIn("s2", kPortal, "", 150);
+  LogIn("s1", "", "", kOtherMethod);
+  ExpectFailure(TakeResult(), kResultInvalidArgument);
+  LogIn("s2", kPortal, "", kOtherMethod);
   TickUntilAnswered();
   const Result result = TakeResult();
-  EXPECT_EQ(result.base.method_id, 150);
+  EXPECT_EQ(result.base.method_id, kOtherMethod);
   EXPECT_STREQ(result.base.extra_json.c_str(), "");
   EXPECT_EQ(StoredParameters(), stored);
 }
@@ -512,9 +498,9 @@ TEST_F(Login, TakesLongAndStrangeTexts) {
   const Json parameters = {{"LoginMode", "IDPassword"}, {"ID", long_text}, {"Password", "\u00e4"}};
   ExpectAnswers("a", 1);
   ExpectAnswers(seq_id, 0);
-  plugin().login({102, seq_id, long_text, parameters.dump()}, "");
+  plugin().login({kMethodIDAuthLogin, seq_id, long_text, parameters.dump()}, "");
   TickUntilAnswered();
-  ExpectFailure(TakeResult(), 9999, 2, "EOS_InvalidCredentials");
+  ExpectFailure(TakeResult(), kResultThirdError, EOS_InvalidCredentials, "EOS_InvalidCredentials");
   EXPECT_EQ(CallsOf("EOS_Auth_Login").back()["Credentials"]["Id"], long_text);
 }
 
@@ -522,20 +508,25 @@ TEST_F(Login, TakesLongAndStrangeTexts) {
 
 TEST_F(Login, BridgesTheLogOfEosFromAnyThread) {
   SignIn();
-  ForgetLines();
   const struct {
-    int eos;
-    int level;
-  } rows[] = {{0, 0}, {100, 3}, {200, 3}, {250, 1}, {300, 2}, {400, 1}, {500, 1}};
+    EOS_ELogLevel eos;
+    int level;  // 0: no line
+  } rows[] = {{EOS_LOG_Off, 0},
+              {EOS_LOG_Fatal, kLogError},
+              {EOS_LOG_Error, kLogError},
+              {EOS_ELogLevel{250}, kLogInfo},
+              {EOS_LOG_Warning, kLogWarning},
+              {EOS_LOG_Info, kLogInfo},
+              {EOS_LOG_Verbose, kLogInfo}};
   for (const auto& row : rows) {
-    const std::string message = "message " + std::to_string(row.eos);
-    eos_standin::LogFromOwnThread(static_cast<EOS_ELogLevel>(row.eos), "LogEOS", message);
-    const std::vector<Line> lines = LinesSaying("[EOS SDK] LogEOS: " + message);
-    ASSERT_EQ(lines.size(), row.level == 0 ? 0U : 1U) << row.eos;
-    if (row.level != 0) {
-      EXPECT_EQ(lines[0].level, row.level) << row.eos;
-      EXPECT_EQ(lines[0].function, "zelk::ZELK_EOSSDKLoggingCallback");
-    }
+    ForgetLines();
+    eos_standin::LogFromOwnThread(row.eos, "LogEOS", "message");
+    const std::vector<Line> lines = Lines();
+    ASSERT_EQ(lines.size(), row.level == 0 ? 0U : 1U);
+    if (row.level == 0) continue;
+    EXPECT_EQ(lines[0].level, row.level);
+    EXPECT_EQ(lines[0].function, "zelk::ZELK_EOSSDKLoggingCallback");
+    EXPECT_EQ(lines[0].text, "[EOS SDK] LogEOS: message");
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <spdlog/sinks/base_sink.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -11,9 +12,6 @@
 #include <utility>
 
 #include "zelk_foundation_standin.h"
-#if !defined(_WIN32)
-#include "windows_standin.h"
-#endif
 
 namespace zelk_test {
 namespace {
@@ -24,10 +22,10 @@ constexpr int kTicksWithoutSleep = 50;  // beyond that, a worker is at work
 // In memory where the system has such a place: what is stored is flushed each time, and a sweep of
 // thousands of logins would wait for the disk.
 std::filesystem::path BaseDirectory() {
-#if !defined(_WIN32)
-  std::error_code ignored;
-  if (std::filesystem::is_directory("/dev/shm", ignored)) return "/dev/shm";
-#endif
+  for (const char* in_memory : {"/dev/shm", "Z:\\dev\\shm"}) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(in_memory, ignored)) return in_memory;
+  }
   return std::filesystem::temp_directory_path();
 }
 
@@ -45,15 +43,6 @@ void SetTemporaryDirectory(const std::filesystem::path& directory) {
   _wputenv_s(L"TEMP", directory.c_str());
 #else
   setenv("TMPDIR", directory.c_str(), 1);
-#endif
-}
-
-// The real system does not tell.
-bool WorkersRun() {
-#if defined(_WIN32)
-  return false;
-#else
-  return windows_standin::ThreadsRunning() > 0;
 #endif
 }
 
@@ -129,12 +118,10 @@ PluginTest::~PluginTest() {
 
 void PluginTest::TearDown() {
   Shutdown();
-#if !defined(_WIN32)
-  while (windows_standin::ThreadsRunning() > 0) std::this_thread::yield();
-  EXPECT_EQ(windows_standin::HandlesOpen(), 0);
-  EXPECT_EQ(windows_standin::HeapBlocksOut(), 0);
-  EXPECT_EQ(windows_standin::Misuses(), 0);
-#endif
+  while (system_calls::ThreadsRunning() > 0) std::this_thread::yield();
+  EXPECT_EQ(system_calls::HandlesOpen(), 0);
+  EXPECT_EQ(system_calls::HeapBlocksOut(), 0);
+  EXPECT_EQ(system_calls::Misuses(), 0);
   Collect();
   EXPECT_EQ(answered_, expected_) << "answers per request";
   results_.clear();
@@ -149,31 +136,29 @@ void PluginTest::TearDown() {
 
 void PluginTest::LogIn(const std::string& seq_id, const std::string& extra_json,
                        const std::string& permissions, int32_t method_id) {
-  Asked(seq_id);
+  ++expected_[seq_id];
   plugin_->login({method_id, seq_id, "reserved", extra_json}, permissions);
 }
 
 void PluginTest::AutoLogin(const std::string& seq_id, const std::string& extra_json) {
-  Asked(seq_id);
-  plugin_->auto_login({101, seq_id, "", extra_json}, "");
+  ++expected_[seq_id];
+  plugin_->auto_login({kMethodIDAuthAutoLogin, seq_id, "", extra_json}, "");
 }
 
 void PluginTest::Logout(const std::string& seq_id) {
-  Asked(seq_id);
-  plugin_->logout({107, seq_id, "", ""});
+  ++expected_[seq_id];
+  plugin_->logout({kMethodIDAuthLogout, seq_id, "", ""});
 }
 
 void PluginTest::QueryFriends(const std::string& seq_id, int32_t page, int32_t count,
                               bool is_in_game) {
-  Asked(seq_id);
-  plugin_->query_friends({203, seq_id, "", ""}, page, count, is_in_game);
+  ++expected_[seq_id];
+  plugin_->query_friends({kMethodIDFriendQueryFriends, seq_id, "", ""}, page, count, is_in_game);
 }
 
 void PluginTest::Tick(int times) {
   for (int i = 0; i < times; ++i) plugin_->update();
 }
-
-void PluginTest::Shutdown() { plugin_->shutdown(); }
 
 void PluginTest::ExpectAnswers(const std::string& seq_id, int answers) {
   expected_[seq_id] = answers;
@@ -203,7 +188,9 @@ void PluginTest::TickUntilAnswered() {
 }
 
 void PluginTest::Settle() {
-  const auto idle = [] { return eos_standin::OutstandingNow().operations == 0 && !WorkersRun(); };
+  const auto idle = [] {
+    return eos_standin::OutstandingNow().operations == 0 && system_calls::ThreadsRunning() == 0;
+  };
   EXPECT_TRUE(TickUntil(idle)) << "unsettled in " << kTicksToWait << " ticks";
   Tick(2);  // what a worker left to the tick
 }
@@ -214,8 +201,12 @@ void PluginTest::SignIn() {
   ASSERT_EQ(TakeResult().type, "AuthPluginResult");
 }
 
-void PluginTest::Fail(const std::string& call, int32_t result, int64_t times, int64_t skip) {
-  eos_standin::AddRule({.call = call, .result = result, .skip = skip, .times = times});
+void PluginTest::Fail(const Fault& fault) {
+  eos_standin::AddRule({.call = fault.call,
+                        .result = static_cast<int32_t>(fault.result),
+                        .skip = fault.skip,
+                        .times = fault.times,
+                        .target = fault.target});
 }
 
 std::vector<Json> PluginTest::CallsOf(const std::string& function) {
@@ -268,12 +259,8 @@ std::vector<std::string> PluginTest::OwnLines() const {
   return own;
 }
 
-std::vector<Line> PluginTest::LinesSaying(const std::string& text) const {
-  std::vector<Line> saying;
-  for (const Line& line : Lines()) {
-    if (line.text == text) saying.push_back(line);
-  }
-  return saying;
+int64_t PluginTest::CountLines(const std::string& text) const {
+  return std::ranges::count(Lines(), text, &Line::text);
 }
 
 void PluginTest::ForgetLines() { sink_->Forget(); }
@@ -284,7 +271,7 @@ std::string PluginTest::StoredParameters() const {
   return Json::parse(file).at("entries").value("epic_login_extra_json", "");
 }
 
-Json TestWorld() {
+Json TestWorld(int64_t friends) {
   return {{"accounts",
            {{{"name", "player"},
              {"password", "secret"},
@@ -293,24 +280,20 @@ Json TestWorld() {
              {"product_user_id", kPlayerProductId},
              {"display_name", "Player One"},
              {"country", "DE"},
-             {"language", "de"}},
+             {"language", "de"},
+             {"generated_friends", friends}},
             {{"name", "newcomer"},
              {"password", "new"},
              {"account_id", kNewcomerId},
              {"product_user_id", nullptr},
-             {"display_name", "New Comer"}}}},
+             {"display_name", "New Comer"},
+             {"generated_friends", friends}}}},
           {"signs_in", "player"}};
 }
 
-Json NewcomerWorld() {
-  Json world = TestWorld();
+Json NewcomerWorld(int64_t friends) {
+  Json world = TestWorld(friends);
   world["signs_in"] = "newcomer";
-  return world;
-}
-
-Json WorldWithFriends(int64_t count) {
-  Json world = TestWorld();
-  world["accounts"][0]["generated_friends"] = count;
   return world;
 }
 

@@ -14,8 +14,12 @@
 #include <string>
 #include <vector>
 
+#include "core_contract/method_id.h"
+#include "core_contract/results.h"
+#include "eos_result.h"
 #include "eos_standin.h"
 #include "plugin_library.h"
+#include "system_calls.h"
 #include "zelk_core_standin.h"
 
 namespace zelk_test {
@@ -25,6 +29,17 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using enum EOS_EResult;
+using enum zelk::MethodID;
+using enum zelk::ResultCode;
+
+// The observers of the results in the core.
+enum ObserverID : unsigned int {
+  kAuthResultObserver = 101,
+  kBaseResultObserver = 105,
+  kAuthPluginResultObserver = 106,
+  kFriendResultObserver = 202,
+};
 
 // A log line of the plugin or of EOS through it.
 struct Line {
@@ -45,10 +60,21 @@ struct Result {
   std::vector<zelk::PersonInfo> friends;  // of a FriendResult
 };
 
+// A call that EOS fails: `skip` times it goes well, then it fails `times` times, or for good if 0.
+// Where a call gives no code, any failure will do.
+struct Fault {
+  const char* call = nullptr;
+  EOS_EResult result = EOS_UnexpectedError;
+  int64_t times = 0;
+  int64_t skip = 0;
+  const char* target = "";  // only for calls about this account
+};
+
 // Lets a test be listed by the name of its row.
 template <class Row>
 requires requires(const Row& row) { std::string(row.name); }
 void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+inline constexpr auto kNameOfRow = [](const auto& row) { return std::string(row.param.name); };
 
 class PluginTest : public testing::Test {
  protected:
@@ -58,13 +84,13 @@ class PluginTest : public testing::Test {
 
   // --- what the core does ---
   void LogIn(const std::string& seq_id, const std::string& extra_json,
-             const std::string& permissions = "", int32_t method_id = 102);
+             const std::string& permissions = "", int32_t method_id = kMethodIDAuthLogin);
   void AutoLogin(const std::string& seq_id, const std::string& extra_json = "");
   void Logout(const std::string& seq_id);
   void QueryFriends(const std::string& seq_id, int32_t page, int32_t count,
                     bool is_in_game = false);
   void Tick(int times = 1);
-  void Shutdown();
+  void Shutdown() { plugin_->shutdown(); }
   // Ticks until every request has its answer; fails the test when that does not come.
   void TickUntilAnswered();
   // Ticks until EOS has nothing left to complete and no worker runs; fails the test likewise.
@@ -74,7 +100,7 @@ class PluginTest : public testing::Test {
 
   // --- what EOS does ---
   static void World(const Json& world) { eos_standin::SetWorld(world); }
-  static void Fail(const std::string& call, int32_t result, int64_t times = 0, int64_t skip = 0);
+  static void Fail(const Fault& fault);
   // The calls of that name, as their options.
   static std::vector<Json> CallsOf(const std::string& function);
   static int64_t CountCalls(const std::string& function);
@@ -89,8 +115,8 @@ class PluginTest : public testing::Test {
   std::vector<Line> Lines() const;
   // The lines of the plugin itself, as "LEVEL function text" without the namespaces.
   std::vector<std::string> OwnLines() const;
-  // The lines with this text.
-  std::vector<Line> LinesSaying(const std::string& text) const;
+  // How many lines have this text.
+  int64_t CountLines(const std::string& text) const;
   void ForgetLines();
   // What the key-value store holds on disk: the stored login parameters, or "".
   std::string StoredParameters() const;
@@ -104,7 +130,6 @@ class PluginTest : public testing::Test {
  private:
   struct Sink;
 
-  void Asked(const std::string& seq_id) { ++expected_[seq_id]; }
   void Collect();
   bool AllAnswered() const;
   bool TickUntil(const std::function<bool()>& done);
@@ -117,20 +142,18 @@ class PluginTest : public testing::Test {
   std::vector<Result> results_;
 };
 
-// The login mode that needs nothing of the player, and the result of a completion that comes again.
+// The login mode that needs nothing of the player.
 inline constexpr char kPortal[] = R"({"LoginMode":"AccountPortal"})";
-using zelk::host::kWillRetry;
 
 // The account of the player in the world of the tests.
 inline constexpr char kPlayerId[] = "00000000000000000000000000000001";
 inline constexpr char kPlayerProductId[] = "0000000000000000000000000000000a";
 inline constexpr char kNewcomerId[] = "00000000000000000000000000000002";
 
-// That world: a player whom EOS Connect knows, and a newcomer whom it does not.
-Json TestWorld();
+// That world: a player whom EOS Connect knows, and a newcomer whom it does not. Who signs in
+// through the account portal has `friends` that the world makes up.
+Json TestWorld(int64_t friends = 0);
 // The same, where the newcomer is who signs in.
-Json NewcomerWorld();
-// The same, where the player has friends that the world makes up.
-Json WorldWithFriends(int64_t count);
+Json NewcomerWorld(int64_t friends = 0);
 
 }  // namespace zelk_test

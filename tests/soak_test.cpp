@@ -12,7 +12,6 @@
 #include <thread>
 
 #include "plugin_test.h"
-#include "windows_standin.h"
 
 namespace zelk_test {
 namespace {
@@ -41,7 +40,23 @@ constexpr std::array kCalls{
     "EOS_EpicAccountId_FromString",
     "EOS_ProductUserId_ToString",
 };
-constexpr std::array kResults{0, 0, 0, 1, 2, 3, 4, 8, 10, 17, 18, 19, 19, 1020, 1060, 4242};
+// Some that mean something of their own to some call, more than once what should come often.
+constexpr std::array kResults{EOS_Success,
+                              EOS_Success,
+                              EOS_Success,
+                              EOS_NoConnection,
+                              EOS_InvalidCredentials,
+                              EOS_InvalidUser,
+                              EOS_InvalidAuth,
+                              EOS_TooManyRequests,
+                              EOS_InvalidParameters,
+                              EOS_Canceled,
+                              EOS_NotFound,
+                              EOS_OperationWillRetry,
+                              EOS_OperationWillRetry,
+                              EOS_Auth_PinGrantCode,
+                              EOS_Auth_MFARequired,
+                              EOS_EResult{4242}};
 constexpr std::array kLogins{
     R"({"LoginMode":"AccountPortal")",
     R"({"LoginMode":"AccountPortal")",
@@ -66,7 +81,7 @@ uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
 class Soak : public PluginTest {
  protected:
   Soak() {
-    World(WorldWithFriends(5));
+    World(TestWorld(5));
     GoQuiet();
     std::cout << "Soak: ZELK_SOAK_SEED=" << seed_ << " ZELK_SOAK_REQUESTS=" << requests_
               << std::endl;
@@ -86,9 +101,9 @@ class Soak : public PluginTest {
   void Ask() {
     switch (Below(8)) {
       case 0:
-        return AskForLogin(102);
+        return AskForLogin(kMethodIDAuthLogin);
       case 1:
-        return AskForLogin(150);
+        return AskForLogin(kMethodIDAuthBind);
       case 2:
       case 3:
         return AutoLogin(NextId(), OneIn(2) ? "" : LoginText(""));
@@ -99,12 +114,12 @@ class Soak : public PluginTest {
     }
   }
 
-  // What EOS and the system do from now on.
-  void ChangeTheWeather() {
+  // How EOS and the system answer from now on.
+  void ChangeConditions() {
     eos_standin::ClearRules();
     for (uint64_t rules = Below(4); rules > 0; --rules) {
       eos_standin::AddRule({.call = OneOf(kCalls),
-                            .result = OneOf(kResults),
+                            .result = static_cast<int32_t>(OneOf(kResults)),
                             .skip = static_cast<int64_t>(Below(4)),
                             .times = static_cast<int64_t>(1 + Below(5)),
                             .after_ticks = static_cast<int64_t>(OneIn(50) ? 1'000'000 : Below(20)),
@@ -118,12 +133,12 @@ class Soak : public PluginTest {
     eos_standin::SetCompletionOrder(OneOf(kOrders), Below(1000));
     if (OneIn(10)) eos_standin::ExpireConnectToken(OneIn(2));
     second_thread_ticks_ = OneIn(4);
-    windows_standin::FailCreateThread(OneIn(10));
-    windows_standin::FailHeapAlloc(OneIn(50));
+    system_calls::FailCreateThread(OneIn(10));
+    system_calls::FailHeapAlloc(OneIn(50));
   }
 
   // What was answered so far, and that the store holds what a sign-in brought, or nothing.
-  void Look() {
+  void CheckAnswers() {
     const std::string stored = StoredParameters();
     for (const Result& result : TakeResults()) Note(result);
     EXPECT_TRUE(stored.empty() || signed_in_with_.contains(stored)) << stored;
@@ -144,7 +159,7 @@ class Soak : public PluginTest {
     stop_ = true;
     second_thread_.join();
     for (int i = 0; i < 20; ++i) Ask();
-    Look();
+    CheckAnswers();
     EXPECT_LE(answers_without_id_, requests_without_id_);
     ExpectAnswers("", answers_without_id_);
   }
@@ -161,7 +176,7 @@ class Soak : public PluginTest {
   void AskForLogin(int32_t method_id) {
     const std::string seq_id = NextId();
     const std::string text = LoginText(seq_id);
-    if (method_id == 102) texts_[seq_id] = text;
+    if (method_id == kMethodIDAuthLogin) texts_[seq_id] = text;
     LogIn(seq_id, text, OneOf(kPermissions), method_id);
   }
 
@@ -171,15 +186,17 @@ class Soak : public PluginTest {
     const auto count = static_cast<int32_t>(Below(7)) - 1;
     if (!OneIn(100)) return QueryFriends(NextId(), page, count, OneIn(2));
     ++requests_without_id_;
-    plugin().query_friends({203, "", "", ""}, page, count, false);
+    plugin().query_friends({kMethodIDFriendQueryFriends, "", "", ""}, page, count, false);
   }
 
   void Note(const Result& result) {
     if (result.seq_id.empty()) ++answers_without_id_;
     const bool is_login = result.type == "AuthPluginResult";
-    if (is_login && result.base.method_id == 102) signed_in_with_.insert(texts_[result.seq_id]);
+    if (is_login && result.base.method_id == kMethodIDAuthLogin)
+      signed_in_with_.insert(texts_[result.seq_id]);
     // EOS announced that it retries: an answer comes besides.
-    const bool extra = result.type == "FriendResult" && result.base.third_code == kWillRetry;
+    const bool extra = result.type == "FriendResult" &&
+                       result.base.third_code == static_cast<int32_t>(EOS_OperationWillRetry);
     if (extra) ExpectAnswers(result.seq_id, 1 + ++extra_answers_[result.seq_id]);
   }
 
@@ -200,17 +217,17 @@ class Soak : public PluginTest {
 TEST_F(Soak, AnswersEveryRequestOnce) {
   Logout("early");
   ExpectAnswers("early", 0);
-  Fail("EOS_Initialize", 1, 1);
-  Fail("EOS_Platform_GetAuthInterface", 1, 1);
+  Fail({.call = "EOS_Initialize", .times = 1});
+  Fail({.call = "EOS_Platform_GetAuthInterface", .times = 1});
   for (const char* seq_id : {"not initialized", "no interface"}) LogIn(seq_id, kPortal);
-  Look();
+  CheckAnswers();
   SignIn();
   TickOnASecondThread();
   for (uint64_t request = 0; request < requests(); ++request) {
-    if (OneIn(20)) ChangeTheWeather();
+    if (OneIn(20)) ChangeConditions();
     Ask();
     Tick(static_cast<int>(Below(4)));
-    if (OneIn(100)) Look();
+    if (OneIn(100)) CheckAnswers();
   }
   End();
 }

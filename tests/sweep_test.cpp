@@ -4,7 +4,7 @@
 #include <iostream>
 
 #include "core_contract/mmkv.h"
-#include "core_contract/results.h"
+#include "eos_common.h"
 #include "plugin_test.h"
 
 namespace zelk_test {
@@ -14,10 +14,11 @@ using zelk_test::PrintTo;
 
 // Those that mean something of their own to some call, some that mean nothing to any, and success.
 // Success is last: by then nothing that is fetched once and kept was there to be kept.
-constexpr int32_t kInvalidUser = 3;
-constexpr int32_t kInvalidParameters = 10;
-constexpr std::array kCodes{kInvalidUser, 18, kWillRetry, 1020, 1060,       4,    2,
-                            10,           8,  17,         1,    0x7FFFFFFF, 4242, 0};
+constexpr std::array kCodes{
+    EOS_InvalidUser,      EOS_NotFound,    EOS_OperationWillRetry, EOS_Auth_PinGrantCode,
+    EOS_Auth_MFARequired, EOS_InvalidAuth, EOS_InvalidCredentials, EOS_InvalidParameters,
+    EOS_TooManyRequests,  EOS_Canceled,    EOS_NoConnection,       EOS_UnexpectedError,
+    EOS_EResult{4242},    EOS_Success};
 
 class SweepTest : public PluginTest {
  protected:
@@ -55,34 +56,34 @@ enum Stage {
 struct StageRow {
   const char* name;
   const char* call;
-  int64_t times;  // how often it fails; 0 is always
+  int64_t times = 0;  // how often it fails; 0 is always
 };
 constexpr std::array<StageRow, kStages> kChain{{
-    {"Initialize", "EOS_Initialize", 0},
-    {"SetLogCallback", "EOS_Logging_SetCallback", 0},
-    {"CreatePlatform", "EOS_Platform_Create", 0},
-    {"AuthInterface", "EOS_Platform_GetAuthInterface", 0},
+    {"Initialize", "EOS_Initialize"},
+    {"SetLogCallback", "EOS_Logging_SetCallback"},
+    {"CreatePlatform", "EOS_Platform_Create"},
+    {"AuthInterface", "EOS_Platform_GetAuthInterface"},
     {"FirstLogin", "EOS_Auth_Login", 1},
-    {"ConnectInterface", "EOS_Platform_GetConnectInterface", 0},
-    {"NotifyExpiration", "EOS_Connect_AddNotifyAuthExpiration", 0},
+    {"ConnectInterface", "EOS_Platform_GetConnectInterface"},
+    {"NotifyExpiration", "EOS_Connect_AddNotifyAuthExpiration"},
     {"SecondLogin", "EOS_Auth_Login", 1},
-    {"CopyToken", "EOS_Auth_CopyUserAuthToken", 0},
-    {"AccountText", "EOS_EpicAccountId_ToString", 0},
+    {"CopyToken", "EOS_Auth_CopyUserAuthToken"},
+    {"AccountText", "EOS_EpicAccountId_ToString"},
     {"ConnectLogin", "EOS_Connect_Login", 1},
     {"CreateUser", "EOS_Connect_CreateUser", 1},
-    {"ProductUserText", "EOS_ProductUserId_ToString", 0},
-    {"UserInfoInterface", "EOS_Platform_GetUserInfoInterface", 0},
-    {"AccountFromText", "EOS_EpicAccountId_FromString", 0},
+    {"ProductUserText", "EOS_ProductUserId_ToString"},
+    {"UserInfoInterface", "EOS_Platform_GetUserInfoInterface"},
+    {"AccountFromText", "EOS_EpicAccountId_FromString"},
     {"QueryUserInfo", "EOS_UserInfo_QueryUserInfo", 1},
-    {"CopyUserInfo", "EOS_UserInfo_CopyUserInfo", 0},
+    {"CopyUserInfo", "EOS_UserInfo_CopyUserInfo"},
 }};
 
-// The code that each stage gives; 0 leaves it its own.
-using Faults = std::array<int32_t, kStages>;
+// The code that each stage gives; success leaves it its own.
+using Faults = std::array<EOS_EResult, kStages>;
 
 // What is asserted of an answer: two of them compare by their text.
-std::string Failed(int32_t ret_code, int32_t third_code) {
-  return "AuthResult " + std::to_string(ret_code) + "/" + std::to_string(third_code);
+std::string Failed(int32_t ret_code, int32_t third_code, const std::string& third_msg) {
+  return "AuthResult " + std::to_string(ret_code) + "/" + std::to_string(third_code) + third_msg;
 }
 std::string SignedIn(bool openid, bool nickname, bool product_user) {
   return std::string("AuthPluginResult") + (openid ? " openid" : "") +
@@ -90,7 +91,7 @@ std::string SignedIn(bool openid, bool nickname, bool product_user) {
 }
 std::string TextOf(const Result& result) {
   if (result.type != "AuthPluginResult") {
-    return Failed(result.base.ret_code, result.base.third_code);
+    return Failed(result.base.ret_code, result.base.third_code, result.base.third_msg.c_str());
   }
   const Json document = Json::parse(result.login.channel_info);
   return SignedIn(document["openid"] != "", document["nickname"] != "",
@@ -102,32 +103,36 @@ class LoginModel {
  public:
   // `persisted`: EOS still has an authorisation from an earlier sign-in.
   std::string Answer(const Faults& faults, bool persisted) {
-    if (!BringUp(faults)) return Failed(zelk::kResultNotInitialized, 0);
-    const bool first_is_good = persisted && faults[kFirstLogin] == 0;
-    if (!first_is_good && faults[kSecondLogin] != 0) return Third(faults[kSecondLogin]);
-    if (faults[kCopyToken] != 0) return Third(faults[kCopyToken]);
-    if (faults[kConnectInterface] != 0) return Third(kInvalidParameters);
-    const bool creates_user = faults[kConnectLogin] == kInvalidUser;
-    if (faults[kConnectLogin] != 0 && !creates_user) return Third(faults[kConnectLogin]);
-    if (creates_user && faults[kCreateUser] != 0) return Third(faults[kCreateUser]);
-    const bool asked = !creates_user || faults[kQueryUserInfo] == 0;
-    const bool copied = faults[kUserInfoInterface] == 0 && faults[kAccountFromText] == 0 &&
-                        faults[kAccountText] == 0 && faults[kCopyUserInfo] == 0;
-    return SignedIn(faults[kAccountText] == 0, asked && copied, faults[kProductUserText] == 0);
+    if (!BringUp(faults)) return Failed(kResultNotInitialized, 0, "");
+    const bool first_is_good = persisted && faults[kFirstLogin] == EOS_Success;
+    if (!first_is_good && faults[kSecondLogin] != EOS_Success) return Third(faults[kSecondLogin]);
+    if (faults[kCopyToken] != EOS_Success) return Third(faults[kCopyToken]);
+    if (faults[kConnectInterface] != EOS_Success) return Third(EOS_InvalidParameters);
+    const bool creates_user = faults[kConnectLogin] == EOS_InvalidUser;
+    if (faults[kConnectLogin] != EOS_Success && !creates_user) return Third(faults[kConnectLogin]);
+    if (creates_user && faults[kCreateUser] != EOS_Success) return Third(faults[kCreateUser]);
+    const bool asked = !creates_user || faults[kQueryUserInfo] == EOS_Success;
+    const bool copied = faults[kUserInfoInterface] == EOS_Success &&
+                        faults[kAccountFromText] == EOS_Success &&
+                        faults[kAccountText] == EOS_Success && faults[kCopyUserInfo] == EOS_Success;
+    return SignedIn(faults[kAccountText] == EOS_Success, asked && copied,
+                    faults[kProductUserText] == EOS_Success);
   }
 
  private:
-  static std::string Third(int32_t code) { return Failed(zelk::kResultThirdError, code); }
+  static std::string Third(EOS_EResult code) {
+    return Failed(kResultThirdError, static_cast<int32_t>(code), EOS_EResult_ToString(code));
+  }
 
   bool BringUp(const Faults& faults) {
     if (!has_platform_) {
       // Once initialised, EOS refuses to be initialised again.
-      if (initialized_ || faults[kInitialize] != 0) return false;
+      if (initialized_ || faults[kInitialize] != EOS_Success) return false;
       initialized_ = true;
-      has_platform_ = faults[kCreatePlatform] == 0;
+      has_platform_ = faults[kCreatePlatform] == EOS_Success;
       if (!has_platform_) return false;
     }
-    has_auth_interface_ = has_auth_interface_ || faults[kAuthInterface] == 0;
+    has_auth_interface_ = has_auth_interface_ || faults[kAuthInterface] == EOS_Success;
     return has_auth_interface_;
   }
 
@@ -149,7 +154,7 @@ struct ChainRow {
   std::string name;
   LoginFlow flow;
   std::size_t stage;
-  std::vector<int32_t> codes;
+  std::vector<EOS_EResult> codes;
 };
 
 // What is called once in a process has a process for every code.
@@ -162,8 +167,8 @@ std::vector<ChainRow> ChainRows() {
         rows.push_back({name, flow, stage, {kCodes.begin(), kCodes.end()}});
         continue;
       }
-      for (const int32_t code : kCodes) {
-        rows.push_back({name + std::to_string(code), flow, stage, {code}});
+      for (const EOS_EResult code : kCodes) {
+        rows.push_back({name + std::to_string(static_cast<int32_t>(code)), flow, stage, {code}});
       }
     }
   }
@@ -175,16 +180,21 @@ class LoginSweep : public SweepTest, public testing::WithParamInterface<ChainRow
   static void Script(const Faults& faults) {
     eos_standin::ClearRules();
     for (std::size_t stage = 0; stage < faults.size(); ++stage) {
-      if (faults[stage] == 0) continue;
-      const bool lets_first_login_pass = stage == kSecondLogin && faults[kFirstLogin] == 0;
-      Fail(kChain[stage].call, faults[stage], kChain[stage].times, lets_first_login_pass ? 1 : 0);
+      if (faults[stage] == EOS_Success) continue;
+      const bool lets_first_login_pass =
+          stage == kSecondLogin && faults[kFirstLogin] == EOS_Success;
+      Fail({.call = kChain[stage].call,
+            .result = faults[stage],
+            .times = kChain[stage].times,
+            .skip = lets_first_login_pass ? 1 : 0});
     }
   }
 
   // One login from beginning to end. False when it did not go as expected.
   bool Run(Faults faults) {
     const LoginFlow& flow = GetParam().flow;
-    if (flow.is_newcomer && faults[kConnectLogin] == 0) faults[kConnectLogin] = kInvalidUser;
+    if (flow.is_newcomer && faults[kConnectLogin] == EOS_Success)
+      faults[kConnectLogin] = EOS_InvalidUser;
     if (!flow.automatic) std::filesystem::remove(directory() / "EOS_PersistentAuth.json");
     const bool persisted = std::filesystem::exists(directory() / "EOS_PersistentAuth.json");
     const std::string text =
@@ -215,16 +225,17 @@ TEST_P(LoginSweep, AnswersEveryFaultAndEveryPairAsTheModel) {
     zelk::MMKV::defaultMMKV(zelk::kMmkvSingleProcess, nullptr)
         ->set(kPortal, "epic_login_extra_json");
   }
-  for (const int32_t code : GetParam().codes) {
+  for (const EOS_EResult code : GetParam().codes) {
     Faults faults{};
     faults[GetParam().stage] = code;
     ASSERT_TRUE(Run(faults));
-    for (std::size_t second = GetParam().stage + 1; second < kStages && code != 0; ++second) {
-      for (const int32_t second_code : kCodes) {
+    for (std::size_t second = GetParam().stage + 1; second < kStages && code != EOS_Success;
+         ++second) {
+      for (const EOS_EResult second_code : kCodes) {
+        if (second_code == EOS_Success) continue;
         faults = {};
         faults[GetParam().stage] = code;
         faults[second] = second_code;
-        if (second_code == 0) continue;
         ASSERT_TRUE(Run(faults));
       }
     }
@@ -233,29 +244,28 @@ TEST_P(LoginSweep, AnswersEveryFaultAndEveryPairAsTheModel) {
   PrintRuns(runs_);
 }
 
-INSTANTIATE_TEST_SUITE_P(Chain, LoginSweep, testing::ValuesIn(ChainRows()),
-                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Chain, LoginSweep, testing::ValuesIn(ChainRows()), kNameOfRow);
 
 // --- logout ---
 
 struct LogoutRow {
   const char* name;
   const char* call;
-  int64_t times;
-  bool answered;  // when the call fails
+  int64_t times = 0;
+  bool answered = true;  // when the call fails
 };
 
 class LogoutSweep : public SweepTest, public testing::WithParamInterface<LogoutRow> {};
 
 TEST_P(LogoutSweep, AnswersSuccessAndForgetsThePlayer) {
   const LogoutRow& row = GetParam();
-  for (const int32_t code : kCodes) {
-    SCOPED_TRACE(code);
-    const bool answered = row.answered || code == 0;
+  for (const EOS_EResult code : kCodes) {
+    SCOPED_TRACE(static_cast<int32_t>(code));
+    const bool answered = row.answered || code == EOS_Success;
     eos_standin::ClearRules();
     if (row.answered) LogIn("in", kPortal);
     Settle();
-    Fail(row.call, code, row.times);
+    Fail({.call = row.call, .result = code, .times = row.times});
     if (!row.answered) LogIn("in", kPortal);
     Settle();
     EXPECT_EQ(TakeResult().type, answered ? "AuthPluginResult" : "AuthResult");
@@ -270,19 +280,23 @@ TEST_P(LogoutSweep, AnswersSuccessAndForgetsThePlayer) {
     }
     EXPECT_EQ(StoredParameters(), "");
     QueryFriends("friends", 1, 10);
-    EXPECT_EQ(TakeResult().base.ret_code, zelk::kResultNeedLogin);
+    EXPECT_EQ(TakeResult().base.ret_code, kResultNeedLogin);
   }
   PrintRuns(kCodes.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Calls, LogoutSweep,
-    testing::Values(LogoutRow{"AuthInterface", "EOS_Platform_GetAuthInterface", 0, false},
-                    LogoutRow{"Logout", "EOS_Auth_Logout", 1, true},
-                    LogoutRow{"DeletePersistentAuth", "EOS_Auth_DeletePersistentAuth", 1, true},
-                    LogoutRow{"AccountFromText", "EOS_EpicAccountId_FromString", 0, true},
-                    LogoutRow{"AccountText", "EOS_EpicAccountId_ToString", 0, true}),
-    [](const auto& row) { return row.param.name; });
+    testing::Values(LogoutRow{.name = "AuthInterface",
+                              .call = "EOS_Platform_GetAuthInterface",
+                              .answered = false},
+                    LogoutRow{.name = "Logout", .call = "EOS_Auth_Logout", .times = 1},
+                    LogoutRow{.name = "DeletePersistentAuth",
+                              .call = "EOS_Auth_DeletePersistentAuth",
+                              .times = 1},
+                    LogoutRow{.name = "AccountFromText", .call = "EOS_EpicAccountId_FromString"},
+                    LogoutRow{.name = "AccountText", .call = "EOS_EpicAccountId_ToString"}),
+    kNameOfRow);
 
 // --- friends ---
 
@@ -290,25 +304,25 @@ constexpr char kFriendId[] = "ffffffffffffffffffffffffffffff01";
 
 // What a failing call makes of a page of three.
 struct PageEffect {
-  int32_t ret_code;
-  bool passes_code_on;    // as the third code
-  bool retry_is_lasting;  // the retry that EOS announces leads to the whole page
-  std::size_t friends;
-  std::size_t detailed;  // of them, with a name
+  zelk::ResultCode ret_code = kResultSuccess;
+  bool passes_code_on = false;    // as the third code
+  bool retry_is_lasting = false;  // the retry that EOS announces leads to the whole page
+  std::size_t friends = 0;
+  std::size_t detailed = 0;  // of them, with a name
 };
-constexpr PageEffect kNone{0, false, false, 3, 3};
-constexpr PageEffect kRefused{zelk::kResultNeedLogin, false, false, 0, 0};
-constexpr PageEffect kUnknown{zelk::kResultUnknownError, false, false, 0, 0};
-constexpr PageEffect kEmpty{0, false, false, 0, 0};
-constexpr PageEffect kOneLeftOut{0, false, false, 2, 2};
-constexpr PageEffect kOneWithoutDetails{0, false, false, 3, 2};
+constexpr PageEffect kNone{.friends = 3, .detailed = 3};
+constexpr PageEffect kRefused{.ret_code = kResultNeedLogin};
+constexpr PageEffect kUnknown{.ret_code = kResultUnknownError};
+constexpr PageEffect kEmpty{};
+constexpr PageEffect kOneLeftOut{.friends = 2, .detailed = 2};
+constexpr PageEffect kOneWithoutDetails{.friends = 3, .detailed = 2};
 
 struct FriendRow {
   const char* name;
-  const char* call;
-  const char* target;
-  int64_t times;
   PageEffect effect;
+  const char* call;
+  int64_t times = 0;
+  const char* target = "";
 };
 
 Json WorldOfThree() {
@@ -324,10 +338,15 @@ Json WorldOfThree() {
 
 class FriendSweep : public SweepTest, public testing::WithParamInterface<FriendRow> {
  protected:
-  void ExpectPage(const Result& result, const PageEffect& effect, int32_t code) {
+  void ExpectPage(const Result& result, const PageEffect& effect, EOS_EResult code) {
     EXPECT_EQ(result.type, "FriendResult");
     EXPECT_EQ(result.base.ret_code, effect.ret_code);
-    EXPECT_EQ(result.base.third_code, effect.passes_code_on ? code : effect.ret_code);
+    EXPECT_EQ(result.base.third_code,
+              effect.passes_code_on ? static_cast<int32_t>(code) : effect.ret_code);
+    if (effect.passes_code_on) {
+      EXPECT_STREQ(result.base.ret_msg.c_str(), "third error, see third code");
+      EXPECT_STREQ(result.base.third_msg.c_str(), EOS_EResult_ToString(code));
+    }
     EXPECT_EQ(result.friends.size(), effect.friends);
     std::size_t detailed = 0;
     for (const zelk::PersonInfo& person : result.friends) {
@@ -342,13 +361,12 @@ TEST_P(FriendSweep, AnswersThePageThatIsLeft) {
   const FriendRow& row = GetParam();
   World(WorldOfThree());
   SignIn();
-  for (const int32_t code : kCodes) {
-    SCOPED_TRACE(code);
-    const bool retried = code == kWillRetry && row.effect.retry_is_lasting;
+  for (const EOS_EResult code : kCodes) {
+    SCOPED_TRACE(static_cast<int32_t>(code));
+    const bool retried = code == EOS_OperationWillRetry && row.effect.retry_is_lasting;
     eos_standin::ClearRules();
-    eos_standin::AddRule(
-        {.call = row.call, .result = code, .times = row.times, .target = row.target});
-    const std::string seq_id = "page " + std::to_string(code);
+    Fail({.call = row.call, .result = code, .times = row.times, .target = row.target});
+    const std::string seq_id = "page " + std::to_string(static_cast<int32_t>(code));
     QueryFriends(seq_id, 1, 10);
     if (retried && row.effect.passes_code_on) ExpectAnswers(seq_id, 2);
     TickUntilAnswered();
@@ -356,7 +374,7 @@ TEST_P(FriendSweep, AnswersThePageThatIsLeft) {
     const std::vector<Result> results = TakeResults();
     ASSERT_EQ(results.size(), retried && row.effect.passes_code_on ? 2U : 1U);
     if (!retried || row.effect.passes_code_on) {
-      ExpectPage(results.front(), code == 0 ? kNone : row.effect, code);
+      ExpectPage(results.front(), code == EOS_Success ? kNone : row.effect, code);
     }
     if (retried) ExpectPage(results.back(), kNone, code);
   }
@@ -366,24 +384,29 @@ TEST_P(FriendSweep, AnswersThePageThatIsLeft) {
 INSTANTIATE_TEST_SUITE_P(
     Calls, FriendSweep,
     testing::Values(
-        FriendRow{"AccountFromText", "EOS_EpicAccountId_FromString", kPlayerId, 0, kRefused},
-        FriendRow{"Account", "EOS_EpicAccountId_IsValid", kPlayerId, 0, kRefused},
-        FriendRow{"FriendsInterface", "EOS_Platform_GetFriendsInterface", "", 0, kUnknown},
-        FriendRow{"QueryFriends", "EOS_Friends_QueryFriends", "", 1,
-                  PageEffect{zelk::kResultThirdError, true, true, 0, 0}},
-        FriendRow{"AccountText", "EOS_EpicAccountId_ToString", kPlayerId, 0, kNone},
-        FriendRow{"Count", "EOS_Friends_GetFriendsCount", "", 0, kEmpty},
-        FriendRow{"AtIndex", "EOS_Friends_GetFriendAtIndex", "", 1, kOneLeftOut},
-        FriendRow{"Friend", "EOS_EpicAccountId_IsValid", kFriendId, 0, kOneLeftOut},
-        FriendRow{"FriendText", "EOS_EpicAccountId_ToString", kFriendId, 0, kOneWithoutDetails},
-        FriendRow{"Status", "EOS_Friends_GetStatus", kFriendId, 0, kNone},
-        FriendRow{"UserInfoInterface", "EOS_Platform_GetUserInfoInterface", "", 0, kUnknown},
-        FriendRow{"FriendFromText", "EOS_EpicAccountId_FromString", kFriendId, 0,
-                  kOneWithoutDetails},
-        FriendRow{"QueryUserInfo", "EOS_UserInfo_QueryUserInfo", kFriendId, 1,
-                  PageEffect{0, false, true, 3, 2}},
-        FriendRow{"CopyUserInfo", "EOS_UserInfo_CopyUserInfo", kFriendId, 0, kOneWithoutDetails}),
-    [](const auto& row) { return row.param.name; });
+        FriendRow{"AccountFromText", kRefused, "EOS_EpicAccountId_FromString", 0, kPlayerId},
+        FriendRow{"Account", kRefused, "EOS_EpicAccountId_IsValid", 0, kPlayerId},
+        FriendRow{"FriendsInterface", kUnknown, "EOS_Platform_GetFriendsInterface"},
+        FriendRow{"QueryFriends",
+                  {.ret_code = kResultThirdError, .passes_code_on = true, .retry_is_lasting = true},
+                  "EOS_Friends_QueryFriends",
+                  1},
+        FriendRow{"AccountText", kNone, "EOS_EpicAccountId_ToString", 0, kPlayerId},
+        FriendRow{"Count", kEmpty, "EOS_Friends_GetFriendsCount"},
+        FriendRow{"AtIndex", kOneLeftOut, "EOS_Friends_GetFriendAtIndex", 1},
+        FriendRow{"Friend", kOneLeftOut, "EOS_EpicAccountId_IsValid", 0, kFriendId},
+        FriendRow{"FriendText", kOneWithoutDetails, "EOS_EpicAccountId_ToString", 0, kFriendId},
+        FriendRow{"Status", kNone, "EOS_Friends_GetStatus", 0, kFriendId},
+        FriendRow{"UserInfoInterface", kUnknown, "EOS_Platform_GetUserInfoInterface"},
+        FriendRow{"FriendFromText", kOneWithoutDetails, "EOS_EpicAccountId_FromString", 0,
+                  kFriendId},
+        FriendRow{"QueryUserInfo",
+                  {.retry_is_lasting = true, .friends = 3, .detailed = 2},
+                  "EOS_UserInfo_QueryUserInfo",
+                  1,
+                  kFriendId},
+        FriendRow{"CopyUserInfo", kOneWithoutDetails, "EOS_UserInfo_CopyUserInfo", 0, kFriendId}),
+    kNameOfRow);
 
 }  // namespace
 }  // namespace zelk_test

@@ -1,0 +1,25 @@
+// The system calls of the plugin as a test makes them fail and counts what they leave: by the
+// stand-in for Windows, and on Windows by standing between the plugin and the system.
+#pragma once
+
+#if !defined(_WIN32)
+
+#include "windows_standin.h"
+namespace system_calls = windows_standin;
+
+#else
+
+#include <cstdint>
+
+namespace system_calls {
+
+void FailCreateThread(bool fail);
+void FailHeapAlloc(bool fail);
+int64_t HandlesOpen();
+int64_t HeapBlocksOut();
+int64_t ThreadsRunning();
+int64_t Misuses();
+
+}  // namespace system_calls
+
+#endif
