@@ -65,10 +65,10 @@ struct Installation {
 
 // So many of them as are still read.
 std::string List(std::vector<std::string> texts) {
-  constexpr std::size_t kMost = 8;
+  constexpr std::size_t kMostNames = 8;
   const std::size_t all = texts.size();
-  texts.resize(std::min(all, kMost));
-  const std::string rest = all > kMost ? fmt::format(" and {} more", all - kMost) : "";
+  texts.resize(std::min(all, kMostNames));
+  const std::string rest = all > kMostNames ? fmt::format(" and {} more", all - kMostNames) : "";
   return fmt::format("{}{}", fmt::join(texts, ", "), rest);
 }
 

@@ -1,14 +1,20 @@
-// The library works when it is called, and does nothing when it is loaded or unloaded.
+// What happens to the library: it does nothing when it is loaded or unloaded, and survives both,
+// and the end of the process, while a worker is inside.
 #include <gtest/gtest.h>
 #include <spdlog/sinks/ostream_sink.h>
 
+#include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "eos_standin.h"
+#include "plugin_library.h"
+#include "zelk_core_standin.h"
 #include "zelk_foundation_standin.h"
 
 #if defined(_WIN32)
@@ -25,12 +31,16 @@ void* Load(std::filesystem::path file) {
   return LoadLibraryExW(file.make_preferred().c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
 }
 bool Unload(void* library) { return FreeLibrary(static_cast<HMODULE>(library)) != 0; }
+void* Find(void* library, const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
 bool IsLoaded(const std::filesystem::path& file) {
   return GetModuleHandleW(file.filename().c_str()) != nullptr;
 }
 #else
 void* Load(const std::filesystem::path& file) { return dlopen(file.c_str(), RTLD_NOW); }
 bool Unload(void* library) { return dlclose(library) == 0; }
+void* Find(void* library, const char* name) { return dlsym(library, name); }
 bool IsLoaded(const std::filesystem::path& file) {
   void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD);
   return library != nullptr && dlclose(library) == 0;
@@ -69,6 +79,107 @@ TEST(PluginFile, IsLoadedAndUnloadedWithoutATrace) {
   EXPECT_TRUE(std::filesystem::is_empty(directory));
   std::filesystem::current_path(before);
   std::filesystem::remove_all(directory);
+}
+
+// --- a worker inside; each of these processes is a child of the tests below ---
+
+template <class Function>
+Function EntryPointOf(void* library, Function, zelk::host::EntryPoint which) {
+  return reinterpret_cast<Function>(Find(library, zelk::host::EntryPointName(which)));
+}
+
+class WorkerInside : public testing::Test {
+ protected:
+  static constexpr int32_t kFriends = 5000;
+
+  // Signs in, asks for a page, and returns when the worker has asked for `asked` of its friends.
+  void AskUntil(int asked) {
+    using zelk::host::EntryPoint;
+    file_ = std::filesystem::absolute(ZELK_PLUGIN_FILE);
+    directory_ = EnterEmptyDirectory();
+    for (const char* key :
+         {"EPIC_PRODUCT_NAME", "EPIC_PRODUCT_VERSION", "EPIC_PRODUCT_ID", "EPIC_SANDBOX_ID",
+          "EPIC_DEPLOYMENT_ID", "EPIC_CLIENT_ID", "EPIC_CLIENT_SECRET"}) {
+      zelk::core_standin::SetConfig("ZELK", key, "test");
+    }
+    eos_standin::SetWorld({{"accounts",
+                            {{{"name", "player"},
+                              {"account_id", "00000000000000000000000000000001"},
+                              {"product_user_id", "0000000000000000000000000000000a"},
+                              {"generated_friends", kFriends}}}}});
+    eos_standin::SetHook([](const std::string& call) {
+      if (call != "EOS_UserInfo_QueryUserInfo") return;
+      ++asked_;
+      for (; stays_inside_; std::this_thread::yield()) is_inside_ = true;
+    });
+    library_ = Load(file_);
+    ASSERT_NE(library_, nullptr);
+    const auto login = EntryPointOf(library_, &zelk_epic_auth_login, EntryPoint::kLogin);
+    const auto query =
+        EntryPointOf(library_, &zelk_epic_friend_queryfriends, EntryPoint::kQueryFriends);
+    const auto update = EntryPointOf(library_, &zelk_epic_update, EntryPoint::kUpdate);
+    shutdown_ = EntryPointOf(library_, &zelk_epic_shutdown, EntryPoint::kShutdown);
+    login({102, "login", "", R"({"LoginMode":"AccountPortal"})"},
+          "basic_profile,friends_list,presence");
+    while (zelk::core_standin::DrainTaskQueue([](const auto&) {}) == 0) update();
+    query({203, "page", "", ""}, 1, kFriends, false);
+    while (asked_ < asked) update();
+  }
+
+  // Static, for a shutdown while the process ends.
+  static inline decltype(&zelk_epic_shutdown) shutdown_ = nullptr;
+  static inline std::atomic<int> asked_ = 0;
+  static inline std::atomic<bool> stays_inside_ = false;
+  static inline std::atomic<bool> is_inside_ = false;
+  std::filesystem::path file_;
+  std::filesystem::path directory_;
+  void* library_ = nullptr;
+};
+
+TEST_F(WorkerInside, DISABLED_Unloads) {
+  AskUntil(static_cast<int>(std::random_device()() % 4000) + 1);
+  shutdown_();
+  int answers = 0;
+  zelk::core_standin::DrainTaskQueue([&answers](const auto& result) {
+    ++answers;
+    EXPECT_EQ(result.seq_id, "page");
+    EXPECT_EQ(std::get<zelk::FriendResult>(result.record).ret_code, zelk::kResultNeedLogin);
+  });
+  EXPECT_EQ(answers, 1);
+  EXPECT_TRUE(Unload(library_));
+  while (IsLoaded(file_)) std::this_thread::yield();
+  EXPECT_TRUE(eos_standin::Misuses().empty());
+}
+
+TEST_F(WorkerInside, DISABLED_EndsTheProcess) {
+  struct ShutdownAtExit {
+    ~ShutdownAtExit() { shutdown_(); }
+  };
+  static const ShutdownAtExit at_exit;
+  AskUntil(100);
+  stays_inside_ = true;
+  while (!is_inside_) std::this_thread::yield();
+}
+
+int StatusOfChild(const std::string& name) {
+  const std::string program =
+      std::filesystem::absolute(ZELK_LOAD_PROGRAM).make_preferred().string();
+  std::string command =
+      '"' + program +
+      "\" --gtest_also_run_disabled_tests --gtest_brief=1 --gtest_filter=WorkerInside.DISABLED_" +
+      name;
+#if defined(_WIN32)
+  command = '"' + command + '"';  // the shell takes the outermost quotes away
+#endif
+  return std::system(command.c_str());
+}
+
+TEST(PluginFile, IsUnloadedInTheMiddleOfAPage) {
+  for (int i = 0; i < 50; ++i) ASSERT_EQ(StatusOfChild("Unloads"), 0) << i;
+}
+
+TEST(PluginFile, IsShutDownWhileTheProcessEndsInTheMiddleOfAPage) {
+  EXPECT_EQ(StatusOfChild("EndsTheProcess"), 0);
 }
 
 }  // namespace

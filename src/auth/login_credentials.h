@@ -44,7 +44,7 @@ inline const char* MissingKey(const LoginMode& mode, const JSONReaderParse& para
 // The bit of a permission word; none for a word that is no permission.
 inline EOS_EAuthScopeFlags ScopeFlagOf(std::string_view word) {
 #define ZELK_ROW(permission, scope_flag) \
-  if (word == permission) return EOS_EAuthScopeFlags::scope_flag;
+  if (word == (permission)) return EOS_EAuthScopeFlags::scope_flag;
   ZELK_PERMISSIONS(ZELK_ROW)
 #undef ZELK_ROW
   return EOS_EAuthScopeFlags::EOS_AS_NoFlags;

@@ -179,8 +179,8 @@ void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t co
   auto context = MakePending<QueryFriendsContext>();
   context->base_params =
       std::make_shared<const FriendRequest>(FriendRequest{params, auth.account_id()});
-  context->options.reset(
-      new EOS_Friends_QueryFriendsOptions{.ApiVersion = 1, .LocalUserId = account_id});
+  context->options = std::make_unique<EOS_Friends_QueryFriendsOptions>(
+      EOS_Friends_QueryFriendsOptions{.ApiVersion = 1, .LocalUserId = account_id});
   context->page = page;
   context->count = count;
   context->is_in_game = is_in_game;
