@@ -22,10 +22,12 @@ constexpr char kExamples[] = R"(Examples:
   zelk_epic_host play script.jsonl
   zelk_epic_host doctor
 
-What a command leaves behind in the state directory is there for the next one. Every command has
-examples of its own: zelk_epic_host COMMAND --help
-Exit status: 0 every request succeeded, 1 one failed or stayed unanswered, 2 bad arguments or input,
-or something could not be written.)";
+What a command leaves behind in the state directory is there for the next one: zelk in
+$XDG_STATE_HOME or in ~/.local/state, on Windows in %LOCALAPPDATA%. Who has no home
+must give --state-dir. A table fits the terminal; in a file nothing of it is cut.
+Every command has examples of its own: zelk_epic_host COMMAND --help
+Exit status: 0 every request succeeded, 1 one failed or stayed unanswered,
+2 bad arguments or input, or something could not be written.)";
 
 constexpr char kGeneralOptions[] =
     "\nThe options of every command, such as --json and --state-dir: zelk_epic_host --help";
@@ -50,9 +52,7 @@ void AddFileOptions(CLI::App& app, Options& options) {
       ->check(NotEmpty)
       ->type_name("FILE");
   app.add_option("--state-dir", options.state_dir,
-                 "Where sign-ins are kept; by default zelk in $XDG_STATE_HOME or ~/.local/state, "
-                 "on Windows "
-                 "in %LOCALAPPDATA%; without a home it must be given. A tour has one of its own")
+                 "Where sign-ins are kept; the user's by default, a tour's own")
       ->check(NotEmpty)
       ->type_name("DIR");
 }
@@ -73,10 +73,9 @@ void AddOutputOptions(CLI::App& app, Options& options) {
   app.add_option("--diagram", options.diagram, "Draw what happens as a Mermaid sequence diagram")
       ->check(NotStandardOutput)
       ->type_name("FILE");
-  app.add_flag("--json", options.json,
-               "Print results as JSON lines, with the access and refresh tokens in them");
+  app.add_flag("--json", options.json, "Print results as JSON lines, tokens included");
   app.add_option("--timeout", options.timeout,
-                 "How long to wait for what EOS or the player has to do; 300 by default")
+                 "How long to wait for EOS and the player; 300 by default")
       ->check(CLI::Range(1, kLongestTimeout).description(""))
       ->type_name("SECONDS");
 }
@@ -153,9 +152,7 @@ void AddLogin(CLI::App& command, Options& options) {
     command
         .add_option(member.option, login.*member.value,
                     "For " + CLI::detail::join(users, ", ") +
-                        (is_password ? "; without it or with - it is read from the terminal, which "
-                                       "does not show it, or from standard input"
-                                     : ""))
+                        (is_password ? "; asked for without it or with -" : ""))
         ->check(NotEmpty);
   }
   AddPermissions(command, options);
@@ -217,9 +214,10 @@ constexpr std::array kCommands{
   zelk_epic_host tour --diagram tour.mmd
   zelk_epic_host tour --world world.json --json
 )"},
-    CommandRow{
-        "login", "Sign in", &AddLogin, &RunLogin,
-        R"(EOS is asked first with what it kept of the last sign-in: log out to sign in another player.
+    CommandRow{"login", "Sign in", &AddLogin, &RunLogin,
+               R"(EOS is asked first with what it kept of the last sign-in: log out to sign in
+another player. A password that is not given is read from the terminal, which does
+not show it, or from standard input.
 
 Examples:
   zelk_epic_host login
@@ -257,10 +255,10 @@ Examples:
   zelk_epic_host play script.jsonl --log - --log-level warning
   zelk_epic_host play script.jsonl --diagram script.mmd
 )"},
-    CommandRow{
-        "doctor", "Look for what keeps the plugin from working", &AddDoctor, &RunDoctor,
-        R"(Looks at the configuration, the plugin, the libraries, the state directory and the world, and says
-what to do about what is wrong. Makes no request, and leaves everything as it was.
+    CommandRow{"doctor", "Look for what keeps the plugin from working", &AddDoctor, &RunDoctor,
+               R"(Looks at the configuration, the plugin, the libraries, the state directory and the
+world, and says what to do about what is wrong. Makes no request, and leaves
+everything as it was.
 Exit status: 0 nothing is wrong, 1 something is, 2 bad arguments.
 
 Examples:

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -283,8 +284,12 @@ int RunPlay(const Options& options) {
     file.clear();
   }
   std::istream& script = options.script == "-" ? std::cin : file;
-  return RunGame(options, StateDirectory(options),
-                 [&script](Game& game, WorkRecorder&) { return Play(game, script); });
+  return RunGame(options, StateDirectory(options), [&script](Game& game, WorkRecorder&) {
+    const bool good = Play(game, script);
+    // The stream takes a failed read of standard input for its end.
+    if (&script != &std::cin || std::ferror(stdin) == 0) return good;
+    throw std::runtime_error("standard input cannot be read to its end");
+  });
 }
 
 // The process that began the tour lets another one end it. Without a state directory both are

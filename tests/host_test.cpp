@@ -285,8 +285,9 @@ TEST_F(Host, SaysByWhatThePlayerWasSignedIn) {
   EXPECT_EQ(pin.status, 0);
   EXPECT_THAT(pin.err, HasSubstr("QX7TK2WB at https://www.epicgames.com/activate within 600 s"));
   EXPECT_THAT(pin.out, HasSubstr("by   login mode"));
-  EXPECT_THAT(Run("login --mode IDPassword --id player --password guess").out,
-              HasSubstr("by   persistent authorisation"));
+  const Outcome kept = Run("login --mode IDPassword --id player < " + File("pass", "guess\n"));
+  EXPECT_THAT(kept.out, HasSubstr("by   persistent authorisation"));
+  EXPECT_THAT(kept.err, HasSubstr("--id and --password not used"));
 }
 
 TEST_F(Host, ShowsNoTokenToPeopleAndEveryTokenToPrograms) {
@@ -301,6 +302,21 @@ TEST_F(Host, SignsInWithoutAPlaceToKeepAnything) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("cannot be written"));
   EXPECT_THAT(outcome.err, HasSubstr("eos cannot be written"));
+}
+
+// What a world may hold must neither steer the terminal nor widen the rows of others.
+TEST_F(Host, EscapesAndAlignsTextsOfOthers) {
+  const std::string name = R"("display_name":"P",)";
+  std::string world = kOneFriend + "{}}";
+  const std::string odd = R"("display_name":"\u001b]0;\u202Eé\u009b)" + std::string(300, 'x');
+  world.replace(world.find(name), name.size(), odd + "\",");
+  const std::string log = Quoted((folder_ / "log").string());
+  const Outcome outcome = Run("login --log " + log + " --world " + File("world", world));
+  EXPECT_THAT(outcome.out, HasSubstr(R"(name           \x1b]0;\u202eé\x9bxxx)"));
+  EXPECT_THAT(Read(folder_ / "log"), HasSubstr(R"(\x1b]0;\u202eé\x9bxxx)"));
+#if !defined(_WIN32)
+  EXPECT_EQ(fs::status(folder_ / "log").permissions(), fs::perms(0600));
+#endif
 }
 
 TEST_F(Host, TheTourGivesEveryResultAsJson) {
@@ -379,6 +395,85 @@ TEST_F(Host, EveryLogLineThatItReadsIsWrittenInSomePlay) {
   EXPECT_THAT(missing, IsEmpty());
 }
 
+// Each with the files that it names, and signed in but for a login.
+TEST_F(Host, EveryExampleInEveryHelpWorksAsWritten) {
+  fs::current_path(folder_);
+  File("script.jsonl", kLogin + kDrain);
+  File("world.json", kOneFriend + "{}}");
+  File("password.txt", "secret\n");
+  fs::copy_file(ZELK_EXAMPLE_CONFIG, folder_ / "game.json");
+  int examples = 0;
+  for (const char* command :
+       {"", "tour", "login", "auto-login", "friends", "logout", "play", "doctor"}) {
+    std::istringstream help(Run(command + std::string(" --help")).out);
+    const std::string_view program = "  zelk_epic_host ";
+    for (std::string line; std::getline(help, line);) {
+      if (!line.starts_with(program)) continue;
+      while (line.ends_with('\r')) line.pop_back();
+      ++examples;
+      fs::remove_all(folder_ / "state");
+      const std::string example = line.substr(program.size());
+      if (example.find("DevAuth") != std::string::npos) continue;  // needs Epic's developer tool
+      if (!example.starts_with("login")) Run("login");
+      const Outcome outcome = Run(example);
+      EXPECT_EQ(outcome.status, 0) << example << '\n' << outcome.err;
+    }
+  }
+  EXPECT_GE(examples, 20);
+  fs::current_path(fs::temp_directory_path());
+}
+
+#if !defined(_WIN32)
+TEST_F(Host, OutputThatIsLostIsAnErrorWhateverTheCommandDid) {
+  const std::string err = "2>" + Quoted((folder_ / "err").string());
+  const std::string full = err + " >/dev/full", closed = err + " >&-";
+  const std::pair<std::string, const char*> rows[] = {
+      {"tour " + full, "No space left on device"},
+      {"friends --json " + full, "No space left on device"},
+      {"doctor " + closed, "Bad file descriptor"},
+      {"--help " + full, "No space left on device"},
+      {"login " + closed, "Bad file descriptor"},
+      {"--log /dev/full login >/dev/null " + err, "the log cannot be written: /dev/full: No space"},
+      {"play - <&- >/dev/null " + err, "standard input"},
+      {"dance 2>/dev/full", ""},
+  };
+  for (const auto& [command, message] : rows) {
+    const std::string state = " --state-dir " + Quoted((folder_ / "state").string()) + " ";
+    fs::remove(folder_ / "err");
+    EXPECT_EQ(StatusOf(Quoted(ZELK_HOST_PROGRAM) + state + command), 2) << command;
+    EXPECT_THAT(Read(folder_ / "err"), HasSubstr(message)) << command;
+  }
+}
+
+TEST_F(Host, TheTourLeavesNothingBehindWhenItIsInterrupted) {
+  const std::string world =
+      File("world", kOneFriend + R"({"EOS_Auth_Login":[{"after_ticks":900000}]}})");
+  fs::create_directories(folder_ / "temporary");
+  const std::string start = "TMPDIR=" + Quoted((folder_ / "temporary").string()) + " timeout -s ";
+  for (const char* signal : {"INT", "TERM", "HUP"}) {
+    StatusOf(start + signal + " 0.2 " + Quoted(ZELK_HOST_PROGRAM) + " tour --world " + world +
+             " >" + Quoted((folder_ / "out").string()) + " 2>&1");
+    EXPECT_TRUE(fs::is_empty(folder_ / "temporary")) << signal;
+  }
+}
+
+TEST_F(Host, CompletesCommandsOptionsAndTheirWords) {
+  const std::pair<const char*, const char*> rows[] = {{"fr", "friends"},
+                                                      {"login --pas", "--password"},
+                                                      {"login --mode Dev", "DevAuth"},
+                                                      {"--log-level w", "warning"},
+                                                      {"tour --js", "--json"}};
+  for (const auto& [words, completed] : rows) {
+    const std::string script =
+        "source '" ZELK_COMPLETION "'; COMP_WORDS=(x " + std::string(words) +
+        "); COMP_CWORD=$((${#COMP_WORDS[@]}-1)); _zelk_epic_host '" ZELK_HOST_PROGRAM
+        "'; [ \"${COMPREPLY[*]}\" = '" +
+        completed + "' ]\n";
+    EXPECT_EQ(StatusOf("bash " + File("script", script)), 0) << words;
+  }
+}
+#endif
+
 struct DoctorRow {
   std::string options;
   std::vector<std::pair<std::string, std::string>> errors;  // of which check, and a part of it
@@ -401,6 +496,8 @@ TEST_F(Host, TheDoctorTellsEveryErrorAndChangesNothing) {
       {"--config " + File("part.json", part + R"(","EPIC_CLIENT_ID":""}})"),
        {{"configuration", "EPIC_PRODUCT_VERSION, EPIC_PRODUCT_ID"}}},
       {"--config " + File("long.json", part + rest), {{"configuration", "65"}}},
+      {"--config " + File("blank.json", part.substr(0, part.size() - 60) + " " + rest),
+       {{"configuration", "blanks or line ends around the text: EPIC_PRODUCT_NAME"}}},
       {"--plugin " + path(folder_ / "nowhere"), {{"plugin", "nowhere"}}},
       {"--plugin " + path(folder_ / "alone" / plugin.filename()) + " --config " + no_json,
        {{"configuration", ":1: "}, {"plugin", "loaded"}, {"EOS library", "alone"}}},
