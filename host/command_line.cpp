@@ -22,9 +22,10 @@ constexpr char kExamples[] = R"(Examples:
   zelk_epic_host play script.jsonl
   zelk_epic_host doctor
 
-What a command leaves behind in the state directory is there for the next one: zelk in
-$XDG_STATE_HOME or in ~/.local/state, on Windows in %LOCALAPPDATA%. Who has no home
-must give --state-dir. A table fits the terminal; in a file nothing of it is cut.
+What a command leaves behind in the state directory is there for the next one:
+zelk in $XDG_STATE_HOME or ~/.local/state, on Windows in %LOCALAPPDATA%. Who has
+no home must give --state-dir. A table fits the terminal; in a file nothing of it
+is cut.
 Every command has examples of its own: zelk_epic_host COMMAND --help
 Exit status: 0 every request succeeded, 1 one failed or stayed unanswered,
 2 bad arguments or input, or something could not be written.)";

@@ -65,15 +65,18 @@ std::vector<std::size_t> ColumnWidths(const std::vector<Row>& rows) {
   return widths;
 }
 
-// Takes columns from the widest until a line fits, as long as something can be told of it.
+// Narrows the widest column until a line fits, and then the next, as long as something can be told
+// of it: a long name goes before the identifiers do.
 void Narrow(std::vector<std::size_t>& widths, std::size_t line_width) {
-  constexpr std::size_t kNarrowest = 8;
+  constexpr std::size_t kNarrowest = 16;
   std::size_t width = kGap * (widths.size() - 1);
-  for (std::size_t& column : widths) width += column = std::min(column, line_width);
-  for (; width > line_width; --width) {
+  for (const std::size_t column : widths) width += column;
+  while (width > line_width) {
     std::size_t& widest = *std::ranges::max_element(widths);
     if (widest <= kNarrowest) return;
-    --widest;
+    const std::size_t cut = std::min(width - line_width, widest - kNarrowest);
+    widest -= cut;
+    width -= cut;
   }
 }
 
