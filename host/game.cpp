@@ -161,7 +161,8 @@ bool Game::WaitUntil(const std::function<bool()>& is_done, std::chrono::seconds 
 std::optional<Game::Result> Game::Ask(const Request& request) {
   last_answer_.reset();
   Issue(request);
-  const std::string seq_id = request.params.seq_id.c_str();  // as the answer has it: up to a NUL
+  const std::string& whole = request.params.seq_id;
+  const std::string seq_id = whole.substr(0, whole.find('\0'));  // as the answer has it
   WaitUntil([&] { return !waiting_.contains(seq_id); });
   return last_answer_;
 }
