@@ -36,7 +36,10 @@ void EosLock::lock() {
 
 bool EosLock::try_lock_for(std::chrono::milliseconds patience) {
   if (EnterAgain()) return true;
-  const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
+  // A ticket that was abandoned and not yet skipped is taken up again: there is place for one.
+  const uint64_t abandoned = abandoned_.exchange(kNoTicket);
+  const uint32_t ticket =
+      abandoned != kNoTicket ? static_cast<uint32_t>(abandoned) : next_ticket_.fetch_add(1);
   const auto deadline = Clock::now() + patience;
   while (turn_.load() != ticket) {
     if (Clock::now() > deadline && Abandon(ticket)) return false;

@@ -195,6 +195,7 @@ TEST_F(Friends, InvalidOnesAreLeftOutAndNamelessOnesCounted) {
 }
 
 // Without a thread EOS is asked for all of a page in one tick, and answers in another.
+#if !defined(_WIN32)
 TEST_F(Friends, AreAskedForOnTheTickThreadWhenNoThreadStarts) {
   World(TestWorld(40));
   SignIn();
@@ -214,6 +215,7 @@ TEST_F(Friends, AreAskedForOnTheTickThreadWhenNoThreadStarts) {
   ExpectRefused(Page(1, 5), kResultUnknownError, "unknown error happened.");
   EXPECT_EQ(system_calls::ThreadsRunning(), 0);
 }
+#endif
 
 // --- what comes before a page is complete, which belongs to the account that asked for it ---
 

@@ -197,20 +197,20 @@ bool EpicAuth::InitEpic(const BaseParams& params) {
 }
 
 // In this order. The platform counts as gone before its release begins, so that a completion that
-// EOS runs during the release starts nothing new. EOS is shut down only when its platform is
-// released. No EOS call follows but that for the name of a result. The tokens go last: a login that
-// EOS completes during the release is still answered with them.
+// EOS runs during the release starts nothing new. The tokens go after it: a login that EOS
+// completes during the release is still answered with them. EOS is shut down only when its platform
+// is released. No EOS call follows but that for the name of a result.
 void EpicAuth::ShutDown() {
   if (!init_) return;
   const EOS_HPlatform platform = std::exchange(epic_platform_handle_, nullptr);
   if (platform != nullptr) EOS_Platform_Release(platform);
+  Wipe(access_token_);
+  Wipe(refresh_token_);
   const EOS_EResult result = EOS_Shutdown();
   if (result != EOS_EResult::EOS_Success) {
     const std::string name = EpicEResultToString(result);
     ZELK_LOG(kLogWarning, "Epic EOS SDK, ShutDown failed with third error: ,%s", name.c_str());
   }
-  Wipe(access_token_);
-  Wipe(refresh_token_);
 }
 
 // Kept once it was had, also when the platform is gone: check the platform before any use.
@@ -441,10 +441,11 @@ void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> 
 }
 
 void EpicAuth::StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id) {
+  std::string account = EpicAccountIdToString(account_id);  // may throw: nothing is stored by then
   Wipe(access_token_);
   access_token_ = TextOrEmpty(token.AccessToken);
   expires_in_ = WholeSeconds(token.ExpiresIn);
-  epic_account_id_ = EpicAccountIdToString(account_id);
+  epic_account_id_ = std::move(account);
   Wipe(refresh_token_);
   refresh_token_ = TextOrEmpty(token.RefreshToken);
   refresh_expires_in_ = WholeSeconds(token.RefreshExpiresIn);

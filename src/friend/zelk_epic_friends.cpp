@@ -219,7 +219,9 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
     context->options.reset();
   };
   AtBoundary(kQueryCompleteFunction, complete, [&context] {
-    if (context != nullptr) OnUnknownError(*context->base_params);
+    if (context == nullptr) return;
+    OnUnknownError(*context->base_params);
+    context->options.reset();  // should EOS complete it again, it has its answer
   });
 }
 
@@ -293,8 +295,8 @@ auto& open_pages = *new std::list<std::shared_ptr<DetailList>>;
 
 void CommitPage(DetailList& page) {
   FriendResult result(kResultSuccess);
-  result.ret_msg = "success.";
   result.method_id = page.request->method_id;
+  result.ret_msg = "success.";
   result.friend_info_list = std::move(page.friends);
   JSONWriter document;
   document.StartJsonConvert();
