@@ -373,7 +373,7 @@ TEST_F(Host, DrawsCallsCompletionsAndResults) {
 
 // The host reads the plugin's log: a line that is worded anew has to be found here.
 TEST_F(Host, EveryLogLineThatItReadsIsWrittenInSomePlay) {
-  const std::string plays = ZELK_PLAYS;
+  const std::string plays = fs::absolute(ZELK_PLAYS).make_preferred().string();
   const std::string worlds[] = {
       "",
       R"({"EOS_Connect_Login":[{"result":3}],"EOS_UserInfo_CopyUserInfo":[{"result":13}],)"
