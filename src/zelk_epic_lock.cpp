@@ -1,5 +1,7 @@
 #include "zelk_epic_lock.h"
 
+#include <cstddef>
+#include <new>
 #if defined(__x86_64__) || defined(_M_X64)
 #include <immintrin.h>
 #endif
@@ -24,7 +26,8 @@ void Pause() {
 
 }  // namespace
 
-EosLock& eos_lock = *new EosLock;
+alignas(EosLock) static std::byte eos_lock_storage[sizeof(EosLock)];
+EosLock& eos_lock = *new (eos_lock_storage) EosLock;
 
 // Relaxed: what the owner before wrote is seen through `turn_`.
 void EosLock::lock() {

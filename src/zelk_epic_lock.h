@@ -55,7 +55,7 @@ class EosLock {
   std::mutex only_worker_;  // the worker's that has a ticket
 };
 
-// The one of the process. Leaked, so never destroyed: a worker may still run when the process ends.
+// The one of the process. Never destroyed: a worker may still run when the process ends.
 extern EosLock& eos_lock;
 
 // Holds the lock for one step of a worker: one EOS call, or two with GiveWay between them. Of all

@@ -1,6 +1,7 @@
 #include "zelk_epic_friend.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <list>
 #include <new>
 #include <utility>
@@ -290,8 +291,11 @@ struct DetailList {
   bool is_open = true;            // waits for its answer
 };
 
-// The pages that wait for their answer, the oldest first. Under the EOS lock, and leaked like it.
-auto& open_pages = *new std::list<std::shared_ptr<DetailList>>;
+// The pages that wait for their answer, the oldest first. Under the EOS lock, and never destroyed,
+// like it.
+using OpenPages = std::list<std::shared_ptr<DetailList>>;
+alignas(OpenPages) std::byte open_pages_storage[sizeof(OpenPages)];
+auto& open_pages = *new (open_pages_storage) OpenPages;
 
 void CommitPage(DetailList& page) {
   FriendResult result(kResultSuccess);
