@@ -30,6 +30,7 @@ struct Request {
 
 // The requests of a player.
 #define ZELK_WORD(word, scope_flag) "," word
+// Every permission that a login can ask for, as `permissions` of a request.
 inline constexpr const char* kAllPermissions = &ZELK_PERMISSIONS(ZELK_WORD)[1];
 #undef ZELK_WORD
 Request SignIn(const std::string& seq_id, const std::string& extra_json,

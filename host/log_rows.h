@@ -26,6 +26,7 @@ enum class Meaning {
   kConversion,        // of an account's identifier; no work of its own
 };
 
+// What the lines that begin with `prefix` tell.
 struct LogRow {
   std::string_view prefix;  // of the line, behind the request's seq_id
   Meaning meaning;
@@ -59,6 +60,7 @@ inline constexpr std::array kLogRows{
     LogRow{"Call EOS_", Meaning::kAnyCall},
 };
 
+// Whether EOS wrote the line, not the plugin.
 inline bool IsOfEos(std::string_view line) { return line.starts_with("[EOS SDK]"); }
 
 // A line without the "[seq_id], " or "[seq_id] " with which a request's lines begin.

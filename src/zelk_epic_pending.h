@@ -49,9 +49,11 @@ struct ClearAndFree {
   void operator()(PendingContext* context) const noexcept;
 };
 
+// The owner of a context.
 template <class Context>
 using Pending = std::unique_ptr<Context, ClearAndFree>;
 
+// A new context, owned by the caller. Throws std::bad_alloc, and what the constructor throws.
 template <class Context, class... Arguments>
 Pending<Context> MakePending(Arguments&&... arguments) {
   return Pending<Context>(new Context(std::forward<Arguments>(arguments)...));
