@@ -85,8 +85,8 @@ struct Tour {
   bool in_words;
 };
 
-std::optional<Game::Result> Step(const Tour& tour, const std::string& heading,
-                                 const Request& request) {
+std::optional<Game::Result> RunStep(const Tour& tour, const std::string& heading,
+                                    const Request& request) {
   if (tour.in_words) {
     PrintHeading(heading);
     PrintRequest(request);
@@ -114,8 +114,8 @@ void ListFriendsByPage(const Tour& tour) {
   int32_t left = 1;
   for (int32_t page = 1; page <= kPages && left > 0; ++page) {
     left = FriendsLeft(
-        Step(tour, fmt::format("List friends, page {}", page),
-             ListFriends(fmt::format("friends-{}", page), page, kFriendsPerPage, false)));
+        RunStep(tour, fmt::format("List friends, page {}", page),
+                ListFriends(fmt::format("friends-{}", page), page, kFriendsPerPage, false)));
   }
   if (left > 0 && tour.in_words) {
     PrintText(
@@ -128,15 +128,15 @@ void ListFriendsByPage(const Tour& tour) {
 void TourFirstProcess(Game& game, WorkRecorder& recorder, bool in_words) {
   const Tour tour{game, recorder, in_words};
   const std::string portal = R"({"LoginMode":"AccountPortal"})";
-  Step(tour, "Sign in through the account portal", SignIn("sign-in", portal));
+  RunStep(tour, "Sign in through the account portal", SignIn("sign-in", portal));
   ListFriendsByPage(tour);
-  Step(tour, "Sign out, which forgets the sign-in", SignOut("sign-out"));
-  Step(tour, "Sign in through the portal once more", SignIn("sign-in-again", portal));
+  RunStep(tour, "Sign out, which forgets the sign-in", SignOut("sign-out"));
+  RunStep(tour, "Sign in through the portal once more", SignIn("sign-in-again", portal));
 }
 
 void TourNextProcess(Game& game, WorkRecorder& recorder, bool in_words) {
-  Step({game, recorder, in_words}, "In a new process: sign in automatically from what was kept",
-       SignInAutomatically("auto-sign-in"));
+  RunStep({game, recorder, in_words}, "In a new process: sign in automatically from what was kept",
+          SignInAutomatically("auto-sign-in"));
 }
 
 }  // namespace zelk::host
