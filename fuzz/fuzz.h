@@ -51,7 +51,11 @@ inline const host::PluginLibrary& Load(
   setenv("TMPDIR", Directory().c_str(), 1);
   foundation_standin::SetStoreDirectory(Directory());
   foundation_standin::SetLogSinks({std::move(sink)});
-  core_standin::SetConfig("ZELK", "EPIC_PRODUCT_NAME", "Fuzz");
+  for (const char* key :
+       {"EPIC_PRODUCT_NAME", "EPIC_PRODUCT_VERSION", "EPIC_PRODUCT_ID", "EPIC_SANDBOX_ID",
+        "EPIC_DEPLOYMENT_ID", "EPIC_CLIENT_ID", "EPIC_CLIENT_SECRET"}) {
+    core_standin::SetConfig("ZELK", key, "fuzz");
+  }
   return *new host::PluginLibrary(ZELK_PLUGIN_FILE);
 }
 

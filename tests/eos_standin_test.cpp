@@ -27,6 +27,7 @@ constexpr const char* kPlayer = "912af0dff974604f1321254ca8ff38b6";
 constexpr const char* kFriend = "00000000000000000000000000000f01";
 
 const Json kWorld = Json::parse(R"({
+  "client": {"id": "client", "secret": "right"},
   "accounts": [
     {"name": "player", "password": "secret", "exchange_code": "code", "display_name": "Player",
      "account_id": "912af0dff974604f1321254ca8ff38b6", "product_user_id": null,
@@ -68,14 +69,20 @@ struct EosStandin : testing::Test {
     options.ApiVersion = 3;
     options.ProductName = "test";
     EXPECT_EQ(EOS_Initialize(&options), EOS_Success);
-    NewPlatform();
+    EOS_Logging_SetCallback([](const EOS_LogMessage* message) { log += message->Message; });
+    NewPlatform(PlatformOptions());
   }
   ~EosStandin() override { std::filesystem::remove_all(directory); }
 
-  void NewPlatform() {
-    EOS_Platform_Options options{};
-    options.ApiVersion = 7;
-    options.CacheDirectory = directory.c_str();
+  EOS_Platform_Options PlatformOptions() const {
+    return {.ApiVersion = 7,
+            .ProductId = "product",
+            .SandboxId = "sandbox",
+            .ClientCredentials = {.ClientId = "client", .ClientSecret = "right"},
+            .DeploymentId = "deployment",
+            .CacheDirectory = directory.c_str()};
+  }
+  void NewPlatform(const EOS_Platform_Options& options) {
     platform = EOS_Platform_Create(&options);
     auth = EOS_Platform_GetAuthInterface(platform);
     friends = EOS_Platform_GetFriendsInterface(platform);
@@ -85,7 +92,7 @@ struct EosStandin : testing::Test {
   void StartLogin(Answer& answer, EOS_ELoginCredentialType type, const char* id,
                   const char* token) {
     EOS_Auth_Credentials credentials{2, id, token, type, nullptr, {}};
-    const EOS_Auth_LoginOptions options{2, &credentials, EOS_EAuthScopeFlags::EOS_AS_NoFlags, 0};
+    const EOS_Auth_LoginOptions options{2, &credentials, scopes, 0};
     EOS_Auth_Login(auth, &options, &answer, &OnLogin);
   }
   Answer Login(EOS_ELoginCredentialType type = EOS_LCT_Password, const char* id = "player",
@@ -123,9 +130,20 @@ struct EosStandin : testing::Test {
     Tick();
     return answer.results.at(0);
   }
+  EOS_EResult QueryFriends() {
+    const EOS_Friends_QueryFriendsOptions options{1, Id(kPlayer)};
+    Answer answer;
+    EOS_Friends_QueryFriends(friends, &options, &answer,
+                             [](const EOS_Friends_QueryFriendsCallbackInfo* data) { Note(data); });
+    Tick();
+    return answer.results.at(0);
+  }
   static EOS_EpicAccountId Id(const char* text) { return EOS_EpicAccountId_FromString(text); }
 
+  static inline std::string log;
   std::string directory = FreshDirectory();
+  EOS_EAuthScopeFlags scopes =
+      EOS_EAuthScopeFlags::EOS_AS_BasicProfile | EOS_EAuthScopeFlags::EOS_AS_FriendsList;
   EOS_HPlatform platform{};
   EOS_HAuth auth{};
   EOS_HFriends friends{};
@@ -134,7 +152,7 @@ struct EosStandin : testing::Test {
 
 // --- what no caller may do ---
 
-void QueryFriends(EOS_HFriends handle) {
+void QueryFriendsOf(EOS_HFriends handle) {
   const EOS_Friends_QueryFriendsOptions options{1, nullptr};
   EOS_Friends_QueryFriends(handle, &options, nullptr, nullptr);
 }
@@ -162,8 +180,8 @@ void PrintTo(const MisuseRow& row, std::ostream* out) { *out << row.rule; }
 constexpr MisuseRow kMisuses[] = {
     {"overlapping-call", &TickBesideAnotherThread},
     {"released-handle", [](auto& eos) { EOS_Platform_Release(eos.platform), eos.Tick(); }},
-    {"null-handle", [](auto&) { QueryFriends(nullptr); }},
-    {"unknown-handle", [](auto& eos) { QueryFriends(reinterpret_cast<EOS_HFriends>(eos.auth)); }},
+    {"null-handle", [](auto&) { QueryFriendsOf(nullptr); }},
+    {"unknown-handle", [](auto& eos) { QueryFriendsOf(reinterpret_cast<EOS_HFriends>(eos.auth)); }},
     {"null-options", [](auto& eos) { EOS_Friends_GetFriendsCount(eos.friends, nullptr); }},
     {"after-shutdown", [](auto& eos) { EOS_Shutdown(), eos.Tick(); }},
     {"token-released-twice",
@@ -214,6 +232,53 @@ TEST_F(EosStandin, AllowsWhatIsNoMisuse) {
   EXPECT_TRUE(Misuses().empty());
 }
 
+// --- what the developer portal says ---
+
+TEST_F(EosStandin, NamesWhatThePlatformLacks) {
+  const std::pair<const char*, void (*)(EOS_Platform_Options&)> rows[] = {
+      {"ProductId", [](auto& options) { options.ProductId = nullptr; }},
+      {"SandboxId", [](auto& options) { options.SandboxId = ""; }},
+      {"DeploymentId", [](auto& options) { options.DeploymentId = nullptr; }},
+      {"ClientId", [](auto& options) { options.ClientCredentials.ClientId = ""; }},
+      {"ClientSecret", [](auto& options) { options.ClientCredentials.ClientSecret = nullptr; }},
+      {"EncryptionKey", [](auto& options) { options.EncryptionKey = "short"; }},
+  };
+  for (const auto& [field, spoil] : rows) {
+    EOS_Platform_Options options = PlatformOptions();
+    spoil(options);
+    log.clear();
+    EXPECT_EQ(EOS_Platform_Create(&options), nullptr);
+    EXPECT_NE(log.find("EOS_Platform_Create: " + std::string(field)), std::string::npos) << log;
+  }
+}
+
+TEST_F(EosStandin, TellsAWrongSecretFromAWrongPassword) {
+  const std::pair<const char*, const char*> rows[] = {{"right", "this ID and password"},
+                                                      {"wrong", "the ClientSecret is wrong"}};
+  for (const auto& [secret, line] : rows) {
+    EOS_Platform_Options options = PlatformOptions();
+    options.ClientCredentials.ClientSecret = secret;
+    NewPlatform(options);
+    log.clear();
+    EXPECT_EQ(Login(EOS_LCT_Password, "player", "guess").results,
+              std::vector{EOS_InvalidCredentials});
+    EXPECT_NE(log.find(line), std::string::npos) << log;
+  }
+}
+
+TEST_F(EosStandin, GivesWhatTheScopesOfTheLoginAllow) {
+  using enum EOS_EAuthScopeFlags;
+  for (const auto granted : {EOS_AS_NoFlags, EOS_AS_BasicProfile, EOS_AS_FriendsList}) {
+    scopes = granted;
+    Login();
+    const bool lists = granted == EOS_AS_FriendsList;
+    EXPECT_EQ(QueryFriends(), lists ? EOS_Success : EOS_MissingPermissions);
+    EOS_UserInfo* info = OwnUserInfo();
+    EXPECT_EQ(info->DisplayName != nullptr, granted == EOS_AS_BasicProfile);
+    EOS_UserInfo_Release(info);
+  }
+}
+
 // --- credentials ---
 
 TEST_F(EosStandin, AnswersEachKindOfCredentials) {
@@ -228,12 +293,15 @@ TEST_F(EosStandin, AnswersEachKindOfCredentials) {
       {EOS_LCT_PersistentAuth, "", nullptr, EOS_InvalidParameters},
       {EOS_LCT_Password, "player", "wrong", EOS_InvalidCredentials},
       {EOS_LCT_Password, "player", nullptr, EOS_InvalidParameters},
-      {EOS_LCT_Developer, nullptr, "secret", EOS_InvalidParameters},
+      {EOS_LCT_Developer, nullptr, "player", EOS_InvalidParameters},
+      {EOS_LCT_Developer, "player", "player", EOS_InvalidParameters},
+      {EOS_LCT_Developer, "localhost:", "player", EOS_InvalidParameters},
+      {EOS_LCT_Developer, "localhost:6547", "secret", EOS_InvalidCredentials},
       {EOS_LCT_ExchangeCode, "player", "code", EOS_InvalidParameters},
       {EOS_LCT_ExchangeCode, nullptr, "wrong", EOS_InvalidCredentials},
       {EOS_LCT_AccountPortal, nullptr, "", EOS_InvalidParameters},
       {EOS_LCT_Password, "player", "secret", EOS_Success},
-      {EOS_LCT_Developer, "player", "secret", EOS_Success},
+      {EOS_LCT_Developer, "localhost:6547", "player", EOS_Success},
       {EOS_LCT_ExchangeCode, nullptr, "code", EOS_Success},
       {EOS_LCT_AccountPortal, nullptr, nullptr, EOS_Success},
       {EOS_LCT_PersistentAuth, nullptr, nullptr, EOS_Success},
@@ -262,7 +330,7 @@ TEST_F(EosStandin, KeepsThePersistentAuthorisationUntilItIsDeleted) {
   const std::string file = directory + "/EOS_PersistentAuth.json";
   Login();
   EOS_Platform_Release(platform);
-  NewPlatform();
+  NewPlatform(PlatformOptions());
   EXPECT_EQ(persistent(), std::vector{EOS_Success});
   for (const char* damage :
        {"{", "[]", "{}", R"({"account_id":"x","refresh_token":""})",
@@ -339,9 +407,7 @@ TEST_F(EosStandin, KnowsFriendsAndTheirUserInfoOnceQueried) {
   Login();
   const EOS_Friends_GetFriendsCountOptions count{1, Id(kPlayer)};
   EXPECT_EQ(EOS_Friends_GetFriendsCount(friends, &count), 0);
-  const EOS_Friends_QueryFriendsOptions query{1, Id(kPlayer)};
-  EOS_Friends_QueryFriends(friends, &query, nullptr, nullptr);
-  Tick();
+  EXPECT_EQ(QueryFriends(), EOS_Success);
   ASSERT_EQ(EOS_Friends_GetFriendsCount(friends, &count), 100002);
 
   EOS_UserInfo* info = nullptr;

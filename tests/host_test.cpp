@@ -110,7 +110,8 @@ std::vector<std::string> Summary(const Outcome& outcome) {
 }
 
 const std::string kLogin =
-    R"({"call":"login","method_id":102,"seq_id":"s","extra_json":"{\"LoginMode\":\"AccountPortal\"}"})"
+    R"({"call":"login","method_id":102,"seq_id":"s","permissions":"basic_profile,friends_list",)"
+    R"("extra_json":"{\"LoginMode\":\"AccountPortal\"}"})"
     "\n";
 const std::string kFriends = R"({"call":"friends","method_id":203,"seq_id":"f","page":1,"count":2})"
                              "\n";
@@ -413,7 +414,6 @@ TEST_F(Host, EveryExampleInEveryHelpWorksAsWritten) {
       ++examples;
       fs::remove_all(folder_ / "state");
       const std::string example = line.substr(program.size());
-      if (example.find("DevAuth") != std::string::npos) continue;  // needs Epic's developer tool
       if (!example.starts_with("login")) Run("login");
       const Outcome outcome = Run(example);
       EXPECT_EQ(outcome.status, 0) << example << '\n' << outcome.err;

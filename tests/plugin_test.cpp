@@ -142,7 +142,7 @@ void PluginTest::LogIn(const std::string& seq_id, const std::string& extra_json,
 
 void PluginTest::AutoLogin(const std::string& seq_id, const std::string& extra_json) {
   ++expected_[seq_id];
-  plugin_->auto_login({kMethodIDAuthAutoLogin, seq_id, "", extra_json}, "");
+  plugin_->auto_login({kMethodIDAuthAutoLogin, seq_id, "", extra_json}, kAllScopes);
 }
 
 void PluginTest::Logout(const std::string& seq_id) {
@@ -196,7 +196,7 @@ void PluginTest::Settle() {
 }
 
 void PluginTest::SignIn() {
-  LogIn("sign-in", kPortal, "basic_profile,friends_list,presence");
+  LogIn("sign-in", kPortal);
   TickUntilAnswered();
   ASSERT_EQ(TakeResult().type, "AuthPluginResult");
 }

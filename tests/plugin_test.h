@@ -76,6 +76,8 @@ requires requires(const Row& row) { std::string(row.name); }
 void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 inline constexpr auto kNameOfRow = [](const auto& row) { return std::string(row.param.name); };
 
+inline constexpr char kAllScopes[] = "basic_profile,friends_list,presence";
+
 class PluginTest : public testing::Test {
  protected:
   PluginTest();
@@ -84,7 +86,7 @@ class PluginTest : public testing::Test {
 
   // --- what the core does ---
   void LogIn(const std::string& seq_id, const std::string& extra_json,
-             const std::string& permissions = "", int32_t method_id = kMethodIDAuthLogin);
+             const std::string& permissions = kAllScopes, int32_t method_id = kMethodIDAuthLogin);
   void AutoLogin(const std::string& seq_id, const std::string& extra_json = "");
   void Logout(const std::string& seq_id);
   void QueryFriends(const std::string& seq_id, int32_t page, int32_t count,

@@ -43,7 +43,13 @@ zelk::MMKV& StoreIn(const fs::path& directory) {
 std::string SignIn(const fs::path& directory, EOS_ELoginCredentialType type, const char* id) {
   std::string account;
   const std::string cache_directory = directory.string();
-  const EOS_Platform_Options options{.ApiVersion = 7, .CacheDirectory = cache_directory.c_str()};
+  const EOS_Platform_Options options{
+      .ApiVersion = 7,
+      .ProductId = "product",
+      .SandboxId = "sandbox",
+      .ClientCredentials = {.ClientId = "client", .ClientSecret = "secret"},
+      .DeploymentId = "deployment",
+      .CacheDirectory = cache_directory.c_str()};
   const EOS_HPlatform platform = EOS_Platform_Create(&options);
   const EOS_Auth_Credentials credentials{
       .ApiVersion = 2, .Id = id, .Token = id != nullptr ? "secret" : nullptr, .Type = type};

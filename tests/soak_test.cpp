@@ -63,7 +63,7 @@ constexpr std::array kLogins{
     R"({"LoginMode":"IDPassword","ID":"player","Password":"secret")",
     R"({"LoginMode":"IDPassword","ID":"newcomer","Password":"new")",
     R"({"LoginMode":"IDPassword","ID":"player","Password":"guess")",
-    R"({"LoginMode":"DevAuth","ID":"newcomer","Password":"new")",
+    R"({"LoginMode":"DevAuth","ID":"localhost:6547","Password":"newcomer")",
     R"({"LoginMode":"ExchangeCode","Code":"code")",
     R"({"LoginMode":"PinGrant")",
     R"({"LoginMode":"nonsense")",
@@ -71,7 +71,8 @@ constexpr std::array kLogins{
     R"({"LoginMode":"DevAuth","Password":"secret")",
     R"({"loginmode":"AccountPortal")",
 };
-constexpr std::array kPermissions{"", "basic_profile,friends_list,presence", "presence,nonsense"};
+constexpr std::array kPermissions{"", "basic_profile,friends_list,presence",
+                                  "friends_list,nonsense"};
 
 uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
   const char* text = std::getenv(name);

@@ -15,6 +15,7 @@ namespace eos_standin {
 namespace {
 
 using enum EOS_EResult;
+using enum EOS_ELoginCredentialType;
 using enum EOS_ELogLevel;
 using zelk::common::OrEmpty;
 
@@ -24,14 +25,15 @@ struct CredentialRow {
   EOS_ELoginCredentialType type;
   bool has_id;
   bool has_token;
+  const char* refusal;
 };
 constexpr std::array kCredentials{
-    CredentialRow{EOS_ELoginCredentialType::EOS_LCT_Password, true, true},
-    CredentialRow{EOS_ELoginCredentialType::EOS_LCT_ExchangeCode, false, true},
-    CredentialRow{EOS_ELoginCredentialType::EOS_LCT_PersistentAuth, false, false},
-    CredentialRow{EOS_ELoginCredentialType::EOS_LCT_DeviceCode, false, false},
-    CredentialRow{EOS_ELoginCredentialType::EOS_LCT_Developer, true, true},
-    CredentialRow{EOS_ELoginCredentialType::EOS_LCT_AccountPortal, false, false},
+    CredentialRow{EOS_LCT_Password, true, true, "no account has this ID and password"},
+    CredentialRow{EOS_LCT_ExchangeCode, false, true, "the exchange code is wrong or was used"},
+    CredentialRow{EOS_LCT_PersistentAuth, false, false, "there is no persistent authorisation"},
+    CredentialRow{EOS_LCT_DeviceCode, false, false, "nobody entered the code"},
+    CredentialRow{EOS_LCT_Developer, true, true, "the developer tool has no such credential"},
+    CredentialRow{EOS_LCT_AccountPortal, false, false, "nobody is at the account portal"},
 };
 
 // What a credential type uses must be there, what it does not use must be null.
@@ -39,16 +41,30 @@ bool Fits(const char* text, bool used) {
   return used ? text != nullptr && *text != '\0' : text == nullptr;
 }
 
+// "HOST:PORT", where the developer tool listens.
+bool IsAddress(std::string_view text) {
+  const size_t colon = text.rfind(':');
+  return colon > 0 && colon + 1 < text.size() &&
+         text.find_first_not_of("0123456789", colon + 1) == std::string_view::npos;
+}
+
+const CredentialRow* RowOf(EOS_ELoginCredentialType type) {
+  const auto row = std::find_if(kCredentials.begin(), kCredentials.end(),
+                                [type](const CredentialRow& each) { return each.type == type; });
+  return row == kCredentials.end() ? nullptr : &*row;
+}
+
 EOS_EResult CheckCredentials(const EOS_Auth_Credentials& credentials) {
   if (CheckVersion(credentials.ApiVersion, EOS_AUTH_CREDENTIALS_API_LATEST) != EOS_Success) {
     return EOS_VersionMismatch;
   }
-  for (const CredentialRow& row : kCredentials) {
-    if (row.type != credentials.Type) continue;
-    const bool fit = Fits(credentials.Id, row.has_id) && Fits(credentials.Token, row.has_token);
-    return fit ? EOS_Success : EOS_InvalidParameters;
-  }
-  return EOS_NotImplemented;
+  const CredentialRow* row = RowOf(credentials.Type);
+  if (row == nullptr) return EOS_NotImplemented;
+  const bool fit = Fits(credentials.Id, row->has_id) && Fits(credentials.Token, row->has_token);
+  if (!fit) return EOS_InvalidParameters;
+  if (row->type != EOS_LCT_Developer || IsAddress(credentials.Id)) return EOS_Success;
+  Log(kLogAuth, EOS_LOG_Warning, "Login refused: the Id of a developer login is HOST:PORT");
+  return EOS_InvalidParameters;
 }
 
 // --- sessions ---
@@ -69,10 +85,11 @@ void SignOut(Platform& platform, EOS_EpicAccountId id) {
 }
 
 // Signing in again replaces the tokens; older access tokens stay good until the account signs out.
-const Session& SignIn(Platform& platform, const Account& account) {
+const Session& SignIn(Platform& platform, const Account& account, EOS_EAuthScopeFlags scopes) {
   const EOS_EpicAccountId id = AccountHandle(account.id);
   Session* session = platform.SessionOf(id);
-  if (session == nullptr) session = &platform.sessions.emplace_back(Session{&account, id, {}, {}});
+  if (session == nullptr) session = &platform.sessions.emplace_back(Session{&account, id});
+  session->scopes = scopes;
   session->access_token = MakeToken(account);
   session->refresh_token = MakeToken(account);
   platform.access_tokens.emplace(session->access_token, account.id);
@@ -122,31 +139,39 @@ EOS_EResult Login::Begin(const Options& options) {
   type_ = credentials.Type;
   id_ = OrEmpty(credentials.Id);
   token_ = OrEmpty(credentials.Token);
+  scopes_ = options.ScopeFlags;
   Log(kLogAuth, EOS_LOG_Verbose, "Login started, credential type ",
       std::to_string(static_cast<int32_t>(type_)));
   return EOS_Success;
 }
 
 EOS_EResult Login::Work(Platform& platform, Info& info) {
-  const bool asks_player = type_ == EOS_ELoginCredentialType::EOS_LCT_DeviceCode;
-  const bool persistent = type_ == EOS_ELoginCredentialType::EOS_LCT_PersistentAuth;
-  if (asks_player && !pin_shown_) return EOS_Auth_PinGrantCode;
+  const bool persistent = type_ == EOS_LCT_PersistentAuth;
+  if (!platform.is_client_known) {
+    Log(kLogAuth, EOS_LOG_Warning, "Login refused: the ClientId or the ClientSecret is wrong");
+    return EOS_InvalidCredentials;
+  }
+  if (type_ == EOS_LCT_DeviceCode && !pin_shown_) return EOS_Auth_PinGrantCode;
   const Account* account = FindAccount(platform);
-  if (account == nullptr) return persistent ? EOS_InvalidAuth : EOS_InvalidCredentials;
-  const Session& session = SignIn(platform, *account);
+  if (account == nullptr) {
+    Log(kLogAuth, EOS_LOG_Warning, "Login refused: ", RowOf(type_)->refusal);
+    return persistent ? EOS_InvalidAuth : EOS_InvalidCredentials;
+  }
+  const Session& session = SignIn(platform, *account, scopes_);
   info.LocalUserId = info.SelectedAccountId = session.id;
   if (!persistent) KeepPersistentAuth(platform, session);
   return EOS_Success;
 }
 
 const Account* Login::FindAccount(const Platform& platform) const {
-  using enum EOS_ELoginCredentialType;
   const World& world = TheWorld();
   switch (type_) {
     case EOS_LCT_ExchangeCode:
       return world.FindByExchangeCode(token_);
     case EOS_LCT_PersistentAuth:
       return PersistedAccount(platform);
+    case EOS_LCT_Developer:
+      return world.FindByName(token_);
     case EOS_LCT_DeviceCode:
     case EOS_LCT_AccountPortal:
       return world.SignsIn();

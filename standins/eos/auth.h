@@ -24,6 +24,7 @@ class Login : public AsyncSteps<Function::EOS_Auth_Login, EOS_AUTH_LOGIN_API_LAT
   EOS_ELoginCredentialType type_{};
   std::string id_;
   std::string token_;
+  EOS_EAuthScopeFlags scopes_{};
   bool pin_shown_ = false;
   EOS_Auth_PinGrantInfo pin_{};
   std::string user_code_;

@@ -15,6 +15,10 @@ EOS_EResult QueryFriends::Begin(const Options& /*options*/) {
 EOS_EResult QueryFriends::Work(Platform& platform, const Info& info) {
   Session* session = platform.SessionOf(info.LocalUserId);
   if (session == nullptr) return EOS_InvalidUser;
+  if (!session->Has(EOS_EAuthScopeFlags::EOS_AS_FriendsList)) {
+    Log(kLogFriends, EOS_LOG_Warning, "The login did not ask for the scope EOS_AS_FriendsList");
+    return EOS_MissingPermissions;
+  }
   session->knows_friends = true;
   return EOS_Success;
 }

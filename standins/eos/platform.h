@@ -37,9 +37,12 @@ namespace eos_standin {
 struct Session {
   const Account* account;
   EOS_EpicAccountId id;
-  std::string access_token;
-  std::string refresh_token;
+  std::string access_token{};
+  std::string refresh_token{};
+  EOS_EAuthScopeFlags scopes = EOS_EAuthScopeFlags::EOS_AS_NoFlags;
   bool knows_friends = false;
+
+  bool Has(EOS_EAuthScopeFlags scope) const { return (scopes & scope) == scope; }
 };
 
 struct ExpirationListener {
@@ -52,6 +55,7 @@ struct ExpirationListener {
 // Stays allocated when it is released, so that its late use is reported.
 struct EOS_PlatformHandle {
   bool released = false;
+  bool is_client_known = false;
   std::string cache_directory;
   std::tuple<EOS_AuthHandle, EOS_ConnectHandle, EOS_FriendsHandle, EOS_UserInfoHandle> interfaces;
 

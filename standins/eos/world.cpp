@@ -55,6 +55,10 @@ const Account* World::FindByPassword(std::string_view name, std::string_view pas
       [&](const Account& account) { return account.name == name && account.password == password; });
 }
 
+const Account* World::FindByName(std::string_view name) const {
+  return FindIf([&](const Account& account) { return account.name == name; });
+}
+
 const Account* World::FindByExchangeCode(std::string_view code) const {
   return FindIf([&](const Account& account) { return account.exchange_code == code; });
 }

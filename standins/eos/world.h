@@ -59,7 +59,12 @@ class World {
   // Null where there is no such account.
   const Account* Find(Key id) const;
   const Account* FindByPassword(std::string_view name, std::string_view password) const;
+  const Account* FindByName(std::string_view name) const;
   const Account* FindByExchangeCode(std::string_view code) const;
+  // Any client and any secret, unless the world file names them.
+  bool KnowsClient(std::string_view id, std::string_view secret) const {
+    return (!client_id_ || id == *client_id_) && (!client_secret_ || secret == *client_secret_);
+  }
   // Whom a sign-in on a web page signs in.
   const Account* SignsIn() const { return signs_in_; }
 
@@ -93,6 +98,8 @@ class World {
   std::unordered_map<Key, Account*, KeyHash> by_id_;
   const Account* signs_in_ = nullptr;
   WorldScript script_;
+  std::optional<std::string> client_id_;
+  std::optional<std::string> client_secret_;
   double token_seconds_ = 7200;
   double refresh_token_seconds_ = 28800;
 };

@@ -235,6 +235,7 @@ class WorldReader {
         {"seed", [&](const Node& seed) { script.seed = static_cast<uint64_t>(seed.Count()); }},
         Into("complete_on_release", script.complete_on_release),
         {"access_token", [&](const Node& token) { ReadAccessToken(token); }},
+        {"client", [&](const Node& client) { ReadClient(client); }},
     });
     return std::move(world_);
   }
@@ -250,12 +251,12 @@ class WorldReader {
   }
 
   void ReadSignsIn(const Node& node) {
-    const std::string name = node.Text();
-    const auto& accounts = world_.accounts_;
-    const auto found = std::find_if(accounts.begin(), accounts.end(),
-                                    [&](const auto& account) { return account->name == name; });
-    if (found == accounts.end()) node.Fail("is no account's name");
-    world_.signs_in_ = found->get();
+    world_.signs_in_ = world_.FindByName(node.Text());
+    if (world_.signs_in_ == nullptr) node.Fail("is no account's name");
+  }
+
+  void ReadClient(const Node& node) {
+    node.ReadObject({Into("id", world_.client_id_), Into("secret", world_.client_secret_)});
   }
 
   void ReadAccessToken(const Node& node) {

@@ -19,8 +19,10 @@ using enum EOS_EResult;
 constexpr size_t kLongestProductName = 64;
 constexpr size_t kEncryptionKeyLength = 64;
 
+bool IsEmpty(const char* text) { return text == nullptr || *text == '\0'; }
+
 bool IsProductName(const char* name) {
-  return name != nullptr && *name != '\0' && std::strlen(name) <= kLongestProductName;
+  return !IsEmpty(name) && std::strlen(name) <= kLongestProductName;
 }
 
 bool IsEncryptionKey(const char* key) {
@@ -42,6 +44,11 @@ const char* FaultIn(const EOS_Platform_Options& options) {
   if (CheckVersion(options.ApiVersion, EOS_PLATFORM_OPTIONS_API_LATEST) != EOS_Success) {
     return "unknown ApiVersion";
   }
+  if (IsEmpty(options.ProductId)) return "ProductId is missing";
+  if (IsEmpty(options.SandboxId)) return "SandboxId is missing";
+  if (IsEmpty(options.DeploymentId)) return "DeploymentId is missing";
+  if (IsEmpty(options.ClientCredentials.ClientId)) return "ClientId is missing";
+  if (IsEmpty(options.ClientCredentials.ClientSecret)) return "ClientSecret is missing";
   if (options.EncryptionKey == nullptr || IsEncryptionKey(options.EncryptionKey)) return nullptr;
   return "EncryptionKey must be 64 hexadecimal characters";
 }
@@ -126,6 +133,8 @@ EOS_DECLARE_FUNC(EOS_HPlatform) EOS_Platform_Create(const EOS_Platform_Options* 
     return nullptr;
   }
   auto platform = std::make_unique<Platform>();
+  const EOS_Platform_ClientCredentials& client = Options->ClientCredentials;
+  platform->is_client_known = TheWorld().KnowsClient(client.ClientId, client.ClientSecret);
   if (Options->CacheDirectory != nullptr) platform->cache_directory = Options->CacheDirectory;
   Platforms().push_back(std::move(platform));
   Log(kLogCore, EOS_ELogLevel::EOS_LOG_Info, "Platform created");

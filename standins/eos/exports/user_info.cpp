@@ -24,9 +24,11 @@ EOS_UserInfo_CopyUserInfo(EOS_HUserInfo Handle, const EOS_UserInfo_CopyUserInfoO
   const EOS_EResult version =
       CheckVersion(Options->ApiVersion, EOS_USERINFO_COPYUSERINFO_API_LATEST);
   if (version != EOS_Success) return version;
-  const bool signed_in = platform->SessionOf(Options->LocalUserId) != nullptr;
-  if (!signed_in || !platform->known_users.contains(Options->TargetUserId)) return EOS_NotFound;
-  *OutUserInfo = LendUserInfo(platform, Options->TargetUserId, scripted.null_texts);
+  const Session* session = platform->SessionOf(Options->LocalUserId);
+  const bool known = platform->known_users.contains(Options->TargetUserId);
+  if (session == nullptr || !known) return EOS_NotFound;
+  const bool has_profile = session->Has(EOS_EAuthScopeFlags::EOS_AS_BasicProfile);
+  *OutUserInfo = LendUserInfo(platform, Options->TargetUserId, scripted.null_texts || !has_profile);
   return EOS_Success;
 }
 
