@@ -2,15 +2,18 @@
 // answered once, with nothing thrown at the core and nothing left over.
 //
 // This executable's operator new is the one of every library in the process. It fails only what the
-// plugin asks for, also through the standard library: EOS is a C library and cannot throw.
+// plugin asks for, also through the standard library: EOS is a C library and cannot throw. It can
+// keep what the plugin frees, to be looked into.
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <link.h>
+#include <malloc.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <iostream>
 #include <new>
+#include <string_view>
 
 #include "plugin_test.h"
 #include "zelk_core_standin.h"
@@ -44,7 +47,7 @@ struct Shortage {
 
   bool Struck() const { return seen >= first; }
 
-  // The caller beyond this executable and the standard library is who wants the memory.
+  // The caller beyond this executable and the standard library is who wants or frees the memory.
   __attribute__((noinline)) bool IsForPlugin() const {
     void* frames[16];
     const int depth = backtrace(frames, 16);
@@ -63,20 +66,42 @@ struct Shortage {
 };
 Shortage shortage;
 
+// What the plugin has freed while `keeps` was set.
+struct Quarantine {
+  static constexpr std::size_t kMostBlocks = 10'000;
+
+  bool Keep(void* memory) {
+    if (!keeps || memory == nullptr || !shortage.IsForPlugin()) return false;
+    const std::size_t index = count++;
+    if (index >= kMostBlocks) std::abort();
+    blocks[index] = {static_cast<const char*>(memory), malloc_usable_size(memory)};
+    return true;
+  }
+
+  std::atomic<bool> keeps = false;
+  std::atomic<std::size_t> count = 0;
+  std::string_view blocks[kMostBlocks];
+};
+Quarantine quarantine;
+
+void Free(void* memory) {
+  if (!quarantine.Keep(memory)) std::free(memory);
+}
+
 }  // namespace
 
 // Never inlined: the compiler would see memory of new in the hands of free.
 #define ZELK_REPLACES __attribute__((noinline))
 ZELK_REPLACES void* operator new(std::size_t size) {
-  void* memory = shortage.Strikes() ? nullptr : std::malloc(size > 0 ? size : 1);
+  void* memory = shortage.Strikes() ? nullptr : std::calloc(size > 0 ? size : 1, 1);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 ZELK_REPLACES void* operator new[](std::size_t size) { return operator new(size); }
-ZELK_REPLACES void operator delete(void* memory) noexcept { std::free(memory); }
-ZELK_REPLACES void operator delete[](void* memory) noexcept { std::free(memory); }
-ZELK_REPLACES void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-ZELK_REPLACES void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+ZELK_REPLACES void operator delete(void* memory) noexcept { Free(memory); }
+ZELK_REPLACES void operator delete[](void* memory) noexcept { Free(memory); }
+ZELK_REPLACES void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
+ZELK_REPLACES void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
 
 namespace zelk_test {
 namespace {
@@ -93,9 +118,9 @@ struct ShortageRow {
   bool lasting;
 };
 
-class OutOfMemory : public PluginTest, public testing::WithParamInterface<ShortageRow> {
+class PluginMemory : public PluginTest {
  protected:
-  OutOfMemory()
+  PluginMemory()
       : plugin_image_(reinterpret_cast<const void*>(plugin().login)),
         standard_library_(dlsym(RTLD_DEFAULT, "_ZSt17__throw_bad_allocv")) {
     Json world = TestWorld(40);
@@ -106,6 +131,13 @@ class OutOfMemory : public PluginTest, public testing::WithParamInterface<Shorta
     shortage.standard_library = &standard_library_;
   }
 
+ private:
+  Image plugin_image_;
+  Image standard_library_;
+};
+
+class OutOfMemory : public PluginMemory, public testing::WithParamInterface<ShortageRow> {
+ protected:
   void TearDown() override {
     system_calls::FailCreateThread(false);
     PluginTest::TearDown();
@@ -147,10 +179,6 @@ class OutOfMemory : public PluginTest, public testing::WithParamInterface<Shorta
     eos_standin::ClearRules();
     Fail({.call = "EOS_Connect_Login", .result = EOS_InvalidUser});
   }
-
- private:
-  Image plugin_image_;
-  Image standard_library_;
 };
 
 TEST_P(OutOfMemory, FirstLoginIsAnsweredAndLaterOnesSucceed) {
@@ -269,6 +297,41 @@ TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotGivenHollow) {
   Shutdown();
   for (const Result& result : TakeResults()) {
     for (const zelk::PersonInfo& person : result.friends) EXPECT_FALSE(person.openid.empty());
+  }
+}
+
+// --- what is left in freed memory ---
+
+TEST_F(PluginMemory, HoldsNoSecretOnceItIsFreed) {
+  std::vector<std::string> secrets{"a guess of more than sixteen bytes", "short guess",
+                                   Json::parse(kParameters)["Password"]};
+  quarantine.keeps = true;
+  for (const std::string& password : secrets) {
+    LogIn("by password",
+          R"({"LoginMode":"IDPassword","ID":"player","Password":")" + password + "\"}");
+    Settle();
+  }
+  ExpectAnswers("by password", 3);
+  AutoLogin("auto");
+  LogIn("again", kPortal);
+  TickUntilAnswered();
+  for (const Result& result : TakeResults()) {
+    if (result.type != "AuthPluginResult") continue;
+    const Json document = Json::parse(result.login.channel_info);
+    secrets.insert(secrets.end(), {document["access_token"], document["refresh_token"]});
+  }
+  EXPECT_EQ(secrets.size(), 9U);
+  Logout("out");
+  LogIn("last", kParameters);
+  Tick(2);  // EOS has not answered it all
+  Shutdown();
+  quarantine.keeps = false;
+  TakeResults();
+  EXPECT_GT(quarantine.count, 0U);
+  for (std::size_t i = 0; i < quarantine.count; ++i) {
+    for (const std::string& secret : secrets) {
+      EXPECT_EQ(quarantine.blocks[i].find(secret), std::string_view::npos) << secret;
+    }
   }
 }
 

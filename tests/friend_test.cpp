@@ -4,6 +4,8 @@
 #include <limits>
 #include <thread>
 
+#include <windows.h>
+
 #include "plugin_test.h"
 
 namespace zelk_test {
@@ -329,13 +331,23 @@ INSTANTIATE_TEST_SUITE_P(
                  .completes_on_release = true}),
     kNameOfRow);
 
-TEST_F(Friends, ManyArriveWhileTheTickRunsOn) {
-  World(TestWorld(10'000));
-  GoQuiet();
+TEST_F(Friends, AreAskedForOnePriorityAboveTheTick) {
+  World(TestWorld(1));
   SignIn();
-  QueryFriends("s1", 1, 10'000);
-  TickUntilAnswered();
-  EXPECT_EQ(TakeResult().friends.size(), 10'000U);
+  std::atomic<int> worker = THREAD_PRIORITY_ERROR_RETURN;
+  eos_standin::SetHook([&worker](const std::string& call) {
+    if (call == "EOS_UserInfo_QueryUserInfo") worker = GetThreadPriority(GetCurrentThread());
+  });
+  for (const auto& [tick, expected] : {std::pair(THREAD_PRIORITY_LOWEST, -1),
+                                       {THREAD_PRIORITY_NORMAL, 1},
+                                       {THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_HIGHEST},
+                                       {THREAD_PRIORITY_TIME_CRITICAL, 15}}) {
+    ASSERT_NE(SetThreadPriority(GetCurrentThread(), tick), 0);
+    QueryFriends("priority " + std::to_string(tick), 1, 10);
+    TickUntilAnswered();
+    EXPECT_EQ(worker, expected);
+  }
+  eos_standin::SetHook(nullptr);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <thread>
 
+#include "eos_init.h"
 #include "plugin_test.h"
 
 namespace zelk_test {
@@ -113,14 +114,15 @@ TEST_F(Lifecycle, LogoutWithNobodySignedInStillAsksEos) {
   SignIn();
   Logout("out");
   Logout("again");
-  eos_standin::AddRule({.call = "EOS_Auth_Logout", .null_data = true});
-  eos_standin::AddRule({.call = "EOS_Auth_DeletePersistentAuth", .null_data = true});
+  for (const char* call : {"EOS_Auth_Logout", "EOS_Auth_DeletePersistentAuth"}) {
+    eos_standin::AddRule({.call = call, .null_data = true, .completes_twice = true});
+  }
   Logout("null");
   for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, kResultSuccess);
   Tick(2);
   EXPECT_EQ(CountCalls("EOS_Auth_Logout"), 3);
   EXPECT_TRUE(CallsOf("EOS_Auth_Logout").at(1)["LocalUserId"].is_null());
-  EXPECT_EQ(CountLines("NULL Data for CallbackFn"), 2);
+  EXPECT_EQ(CountLines("NULL Data for CallbackFn"), 4);
 }
 
 // --- the shutdown ---
@@ -210,7 +212,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // --- completions without what they should bring ---
 
-TEST_F(Lifecycle, CompletionsThatLackSomethingAreLoggedAndLoseNothing) {
+TEST_F(Lifecycle, CompletionsThatLackSomethingOrComeTwiceAreLoggedAndLoseNothing) {
   const struct {
     const char* call;
     const char* function;  // that EOS calls
@@ -235,20 +237,22 @@ TEST_F(Lifecycle, CompletionsThatLackSomethingAreLoggedAndLoseNothing) {
   World(NewcomerWorld(1));
   SignIn();
   for (const auto& row : rows) {
-    for (const bool null_data : {true, false}) {
+    for (const eos_standin::Rule& rule : {eos_standin::Rule{.call = row.call, .null_data = true},
+                                          {.call = row.call, .null_client_data = true},
+                                          {.call = row.call, .completes_twice = true}}) {
       const std::string line = std::string("3 ") + row.function + " " +
-                               (null_data ? row.without_data : row.without_client_data);
+                               (rule.null_data ? row.without_data : row.without_client_data);
       eos_standin::ClearRules();
-      eos_standin::AddRule(
-          {.call = row.call, .null_data = null_data, .null_client_data = !null_data});
+      eos_standin::AddRule(rule);
       Fail({.call = "EOS_Connect_Login", .result = EOS_InvalidUser});
       ForgetLines();
       const bool is_friends = std::string(row.function).find("Friend") != std::string::npos;
-      is_friends ? QueryFriends(line, 1, 10) : LogIn(line, kPortal);
+      const std::string seq_id = line + (rule.completes_twice ? " twice" : "");
+      is_friends ? QueryFriends(seq_id, 1, 10) : LogIn(seq_id, kPortal);
       while (!testing::Value(OwnLines(), Contains(line))) Tick();
-      Tick(10);
+      Settle();
       EXPECT_EQ(std::ranges::count(OwnLines(), line), 1) << line;
-      EXPECT_THAT(TakeResults(), IsEmpty());
+      EXPECT_EQ(TakeResults().size(), rule.completes_twice ? 1U : 0U) << line;
     }
   }
   Shutdown();
@@ -257,6 +261,14 @@ TEST_F(Lifecycle, CompletionsThatLackSomethingAreLoggedAndLoseNothing) {
               result.type == "AuthResult" ? kResultNotInitialized : kResultNeedLogin);
   }
 }
+
+#if !defined(NDEBUG)
+TEST_F(Lifecycle, CompletionWithoutTheLockStopsABuildWithAssertions) {
+  LogIn("s1", kPortal);
+  eos_standin::CompleteOnRelease(true);
+  EXPECT_DEATH(EOS_Shutdown(), "IsHeldByThisThread");
+}
+#endif
 
 }  // namespace
 }  // namespace zelk_test

@@ -126,7 +126,8 @@ class Soak : public PluginTest {
                             .after_ticks = static_cast<int64_t>(OneIn(50) ? 1'000'000 : Below(20)),
                             .null_data = OneIn(50),
                             .null_client_data = OneIn(50),
-                            .null_texts = OneIn(10)});
+                            .null_texts = OneIn(10),
+                            .completes_twice = OneIn(10)});
     }
     constexpr std::array kOrders{eos_standin::CompletionOrder::kInOrder,
                                  eos_standin::CompletionOrder::kReversed,

@@ -32,7 +32,10 @@ class Operation {
       return true;
     }
     const bool pin_granted = result == EOS_EResult::EOS_Auth_PinGrantCode;
-    if (!pin_granted || function_ != Function::EOS_Auth_Login) return false;
+    if (!pin_granted || function_ != Function::EOS_Auth_Login) {
+      if (scripted_.completes_twice) Complete(result, scripted_);
+      return false;
+    }
     ApplyScript();
     if (scripted_.after_ticks <= 1) scripted_.after_ticks = kTicksOfPlayerWithPin;
     return true;

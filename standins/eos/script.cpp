@@ -57,8 +57,12 @@ Scripted ApplyRules(Function function, std::string_view about) {
       std::find_if(rules.begin(), rules.end(), [&](RuleInUse& rule) { return rule.Serves(about); });
   if (found == rules.end()) return {};
   const Rule& rule = found->rule;
-  return {static_cast<EOS_EResult>(rule.result), rule.after_ticks, rule.null_data,
-          rule.null_client_data, rule.null_texts};
+  return {static_cast<EOS_EResult>(rule.result),
+          rule.after_ticks,
+          rule.null_data,
+          rule.null_client_data,
+          rule.null_texts,
+          rule.completes_twice};
 }
 
 bool Recording() { return recording.load(kRelaxed); }

@@ -27,6 +27,7 @@ struct Scripted {
   bool null_data = false;
   bool null_client_data = false;
   bool null_texts = false;
+  bool completes_twice = false;
 
   // A rule that gives success leaves the call its own result.
   bool Fails() const { return result != EOS_EResult::EOS_Success; }

@@ -169,6 +169,7 @@ Rule ReadRule(const std::string& call, const Node& node) {
       Into("null_data", rule.null_data),
       Into("null_client_data", rule.null_client_data),
       Into("null_texts", rule.null_texts),
+      Into("completes_twice", rule.completes_twice),
   });
   return rule;
 }

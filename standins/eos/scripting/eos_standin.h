@@ -47,6 +47,7 @@ struct Rule {
   bool null_data = false;   // the completion gets no data
   bool null_client_data = false;  // the completion gets data without client data
   bool null_texts = false;        // the texts of what is copied out, or of the pin, are null
+  bool completes_twice = false;   // the last completion runs a second time at once
 };
 // Throws std::invalid_argument for a call that there is not, or that gives no result.
 EOS_STANDIN_API void AddRule(const Rule& rule);
