@@ -1,6 +1,6 @@
-# The libraries from the system's packages that the stand-ins, the host and the tests use. All but
-# GoogleTest are header-only. Their headers are linked into a folder of the build tree, so that a cross
-# compiler sees them without the rest of the system's headers.
+# The libraries from the system's packages that the stand-ins, the host and the tests use, all but
+# GoogleTest as headers; standins/common compiles spdlog and fmt out of theirs. They are linked into a
+# folder of the build tree, so that a cross compiler sees them without the rest of the system's headers.
 set(zelk_headers ${PROJECT_BINARY_DIR}/headers)
 file(MAKE_DIRECTORY ${zelk_headers})
 foreach(folder nlohmann CLI spdlog fmt)
@@ -19,4 +19,4 @@ endfunction()
 
 zelk_header_library(json)
 zelk_header_library(cli11)
-zelk_header_library(spdlog SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
+zelk_header_library(spdlog_headers SPDLOG_FMT_EXTERNAL SPDLOG_COMPILED_LIB)

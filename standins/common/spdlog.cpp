@@ -1,0 +1,27 @@
+// spdlog and fmt, compiled once: Debian's packages bring them as headers, or as shared libraries that
+// a package would have to bring along.
+#include <fmt/format-inl.h>
+#include <spdlog/common-inl.h>
+#include <spdlog/details/log_msg-inl.h>
+#include <spdlog/details/null_mutex.h>
+#include <spdlog/details/os-inl.h>
+#include <spdlog/pattern_formatter-inl.h>
+#include <spdlog/sinks/base_sink-inl.h>
+#include <spdlog/sinks/sink-inl.h>
+
+#include <mutex>
+
+template class spdlog::sinks::base_sink<std::mutex>;
+template class spdlog::sinks::base_sink<spdlog::details::null_mutex>;
+
+FMT_BEGIN_NAMESPACE
+namespace detail {
+template FMT_API auto dragonbox::to_decimal(float x) noexcept -> dragonbox::decimal_fp<float>;
+template FMT_API auto dragonbox::to_decimal(double x) noexcept -> dragonbox::decimal_fp<double>;
+template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
+template FMT_API auto decimal_point_impl(locale_ref) -> char;
+template FMT_API void buffer<char>::append(const char*, const char*);
+template FMT_API void vformat_to(buffer<char>&, string_view,
+                                 basic_format_args<FMT_BUFFER_CONTEXT(char)>, locale_ref);
+}  // namespace detail
+FMT_END_NAMESPACE
