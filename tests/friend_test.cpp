@@ -197,7 +197,6 @@ TEST_F(Friends, InvalidOnesAreLeftOutAndNamelessOnesCounted) {
 }
 
 // Without a thread EOS is asked for all of a page in one tick, and answers in another.
-#if !defined(_WIN32)
 TEST_F(Friends, AreAskedForOnTheTickThreadWhenNoThreadStarts) {
   World(TestWorld(40));
   SignIn();
@@ -217,7 +216,6 @@ TEST_F(Friends, AreAskedForOnTheTickThreadWhenNoThreadStarts) {
   ExpectRefused(Page(1, 5), kResultUnknownError, "unknown error happened.");
   EXPECT_EQ(system_calls::ThreadsRunning(), 0);
 }
-#endif
 
 // --- what comes before a page is complete, which belongs to the account that asked for it ---
 

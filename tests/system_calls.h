@@ -1,5 +1,5 @@
 // The system calls of the plugin as a test makes them fail and counts what they leave: by the
-// stand-in for Windows.
+// stand-in for Windows, and on Windows by what takes the places of the system's in the plugin.
 #pragma once
 
 #if !defined(_WIN32)
@@ -11,13 +11,18 @@ namespace system_calls = windows_standin;
 
 #include <cstdint>
 
-// The system's own calls: they cannot be told to fail, and count nothing.
 namespace system_calls {
 
-inline int64_t HandlesOpen() { return 0; }
-inline int64_t HeapBlocksOut() { return 0; }
-inline int64_t ThreadsRunning() { return 0; }
-inline int64_t Misuses() { return 0; }
+// Watches the calls of the library that has this address. False when it lacks one of them.
+bool Watch(void* in_library);
+
+// As the stand-in's.
+void FailCreateThread(bool fail);
+void FailHeapAlloc(bool fail);
+int64_t HandlesOpen();
+int64_t HeapBlocksOut();
+int64_t ThreadsRunning();
+int64_t Misuses();
 
 }  // namespace system_calls
 
