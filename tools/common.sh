@@ -40,10 +40,32 @@ install_missing() {
     apt-get install -q -y --no-install-recommends "${missing[@]}"
 }
 
+# visibly LOG COMMAND...: the same; meanwhile a terminal shows the line that stands last in the log.
+on_terminal=
+[ -t 1 ] && on_terminal=yes
+visibly() {
+  local painter= status=0
+  if [ "$on_terminal" ]; then
+    show_last_line "$1" &
+    painter=$!
+  fi
+  quietly "$@" || status=$?
+  [ -z "$painter" ] || kill "$painter"
+  return $status
+}
+
+show_last_line() {
+  trap 'printf "\r\e[K"; exit' TERM
+  while kill -0 $$; do
+    printf '\r%.78s\e[K' "$(tail -n 1 "$1" 2>/dev/null)"
+    sleep 0.2
+  done
+}
+
 # build PRESET [OPTION...]: configures and builds it.
 build() {
   local preset=$1
   shift
   quietly "build/$preset/configure.log" cmake --preset "$preset" "$@"
-  quietly "build/$preset/build.log" cmake --build --preset "$preset"
+  visibly "build/$preset/build.log" cmake --build --preset "$preset"
 }
