@@ -33,6 +33,7 @@ function(zelk_sdk_library target sdk name)
   endif()
   if(library)
     file(COPY ${library} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} FOLLOW_SYMLINK_CHAIN)
+    install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ DESTINATION bin FILES_MATCHING PATTERN *${name}.*)
   endif()
 endfunction()
 

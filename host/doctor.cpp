@@ -119,7 +119,10 @@ Finding CheckConfiguration(Installation& installation) {
 Finding CheckPlugin(Installation& installation) {
   try {
     installation.plugin.emplace(LoadPluginFile(installation.plugin_file));
-    return Ok(Utf8FromPath(installation.plugin_file));
+    void* const symbol = installation.plugin->Find(EntryPointName(EntryPoint::kUpdate));
+    const std::string version = VersionOf(symbol);
+    return Ok(fmt::format("{}, {}", Utf8FromPath(installation.plugin_file),
+                          version.empty() ? "without a version" : "version " + version));
   } catch (const std::runtime_error& error) {
     std::error_code ignored;
     return Error(error.what(),

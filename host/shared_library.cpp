@@ -1,5 +1,8 @@
 #include "shared_library.h"
 
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <span>
 #include <stdexcept>
 
 #include "utf8_path.h"
@@ -8,6 +11,7 @@
 #include <windows.h>
 #else
 #include <dlfcn.h>
+#include <link.h>
 #endif
 
 namespace zelk::host {
@@ -112,6 +116,21 @@ std::filesystem::path FileOf(const void* symbol) {
   return name;
 }
 
+std::string VersionOf(const void* symbol) {
+  const std::filesystem::path file = FileOf(symbol);
+  std::vector<char> resource(GetFileVersionInfoSizeW(file.c_str(), nullptr));
+  void* value = nullptr;
+  UINT size = 0;
+  if (!GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) ||
+      !VerQueryValueW(resource.data(), L"\\", &value, &size)) {
+    return "";
+  }
+  const auto& info = *static_cast<const VS_FIXEDFILEINFO*>(value);
+  return std::to_string(HIWORD(info.dwFileVersionMS)) + '.' +
+         std::to_string(LOWORD(info.dwFileVersionMS)) + '.' +
+         std::to_string(HIWORD(info.dwFileVersionLS));
+}
+
 #else
 
 void* SharedLibrary::Find(const char* name) const { return dlsym(handle_, name); }
@@ -126,6 +145,48 @@ void* FindLoaded(const char* library, const char* name) {
 std::filesystem::path FileOf(const void* symbol) {
   Dl_info info{};
   return dladdr(symbol, &info) != 0 ? info.dli_fname : "";
+}
+
+namespace {
+
+// A library that is loaded, and the JSON text of its package note.
+struct PackageNote {
+  const void* library;
+  std::string text = {};
+};
+
+// In a segment of notes. Each has a name and a text, both filled up to four bytes.
+void FindText(const char* note, const char* end, PackageNote& found) {
+  constexpr ElfW(Word) kPackage = 0xcafe1a7e;
+  const auto padded = [](ElfW(Word) size) { return (size + 3) & ~ElfW(Word){3}; };
+  while (note < end) {
+    const auto& header = *reinterpret_cast<const ElfW(Nhdr)*>(note);
+    const char* const text = note + sizeof(header) + padded(header.n_namesz);
+    if (header.n_type == kPackage) found.text.assign(text, strnlen(text, header.n_descsz));
+    note = text + padded(header.n_descsz);
+  }
+}
+
+int FindNote(dl_phdr_info* library, std::size_t, void* note) {
+  auto& found = *static_cast<PackageNote*>(note);
+  const auto* const base = reinterpret_cast<const char*>(library->dlpi_addr);
+  if (base != found.library) return 0;
+  for (const auto& segment : std::span(library->dlpi_phdr, library->dlpi_phnum)) {
+    const char* const begin = base + segment.p_vaddr;
+    if (segment.p_type == PT_NOTE) FindText(begin, begin + segment.p_memsz, found);
+  }
+  return 1;
+}
+
+}  // namespace
+
+std::string VersionOf(const void* symbol) {
+  Dl_info info{};
+  if (dladdr(symbol, &info) == 0) return "";
+  PackageNote found{info.dli_fbase};
+  dl_iterate_phdr(&FindNote, &found);
+  const auto note = nlohmann::json::parse(found.text, nullptr, false);
+  return note.is_object() ? note.value("version", "") : "";
 }
 
 #endif

@@ -1,5 +1,5 @@
-# Looks at the built library as a loader does: what it exports, what it needs, and on Windows what the
-# version resource says. A script; tests/CMakeLists.txt names what it is given.
+# Looks at the built library as a loader does: what it exports, what it needs, and which version it says
+# it has. A script; tests/CMakeLists.txt names what it is given.
 cmake_minimum_required(VERSION 3.25)
 
 function(run output)
@@ -72,4 +72,9 @@ if(WINDOWS)
   expect_version_text(OriginalFilename ZELKEpic.dll)
   expect_version_text(ProductName ZELKEpic)
   expect_version_text(ProductVersion "${VERSION}")
+else()
+  run(notes ${READELF} --notes ${LIBRARY})
+  if(NOT notes MATCHES "\"version\":\"${VERSION}\"")
+    message(SEND_ERROR "the package note does not say the version: ${notes}")
+  endif()
 endif()

@@ -26,35 +26,22 @@ if(NOT count EQUAL 2)
   message(SEND_ERROR "beside the plugin there are of the vendors' libraries: ${copied}")
 endif()
 run(${CMAKE_COMMAND} --install ${FOLDER}/build --config Release --prefix ${FOLDER}/installed)
-run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${FOLDER}/installed_beside_standins)
 if(EXISTS ${FOLDER}/build/headers)
   message(SEND_ERROR "the libraries of the stand-ins were looked for")
 endif()
 
-set(expected include/core_contract/base_params.h include/core_contract/export.h
-  include/core_contract/friend.h include/core_contract/sdk_string_fwd.h include/zelk_epic.h)
-if(WINDOWS)
-  list(APPEND expected bin/ZELKEpic.dll lib/${IMPORT_LIBRARY})
-else()
-  list(APPEND expected lib/libZELKEpic.so lib/libzelk_windows_standin.so)
-endif()
-list(SORT expected)
-foreach(folder installed installed_beside_standins)
-  file(GLOB_RECURSE files RELATIVE ${FOLDER}/${folder} ${FOLDER}/${folder}/*)
-  list(SORT files)
-  if(NOT files STREQUAL expected)
-    message(SEND_ERROR "${folder}: ${files}\ninstead of ${expected}")
-  endif()
+# A set that runs: what lies beside the built plugin lies beside the installed one.
+foreach(folder build installed)
+  file(GLOB ${folder} RELATIVE ${FOLDER}/${folder}/bin ${FOLDER}/${folder}/bin/*${SUFFIX})
 endforeach()
-
-# The installed headers are all that a caller needs.
-file(WRITE ${FOLDER}/caller.cpp "#include \"zelk_epic.h\"\nint main() { zelk_epic_update(); }\n")
-run(${CXX_COMPILER} -std=c++20 -fsyntax-only -I${FOLDER}/installed/include ${FOLDER}/caller.cpp)
+if(NOT installed STREQUAL build)
+  message(SEND_ERROR "installed: ${installed}\ninstead of ${build}")
+endif()
 
 # A folder that lacks something is refused by its name, with what it lacks.
 foreach(vendor EOS CORE)
   execute_process(
-    COMMAND ${configure} -B ${FOLDER}/refused_${vendor} -DZELK_${vendor}_SDK_DIR=${FOLDER}/installed
+    COMMAND ${configure} -B ${FOLDER}/refused_${vendor} -DZELK_${vendor}_SDK_DIR=${FOLDER}
     RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE message)
   if(status EQUAL 0 OR NOT message MATCHES "ZELK_${vendor}_SDK_DIR: no [a-zA-Z.]*(eos_sdk|ZELKFoundation)")
     message(SEND_ERROR "ZELK_${vendor}_SDK_DIR without its files gives ${status}: ${message}")
