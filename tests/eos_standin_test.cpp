@@ -338,6 +338,13 @@ TEST_F(EosStandin, KeepsThePersistentAuthorisationUntilItIsDeleted) {
     std::ofstream(file) << damage;
     EXPECT_EQ(persistent(), std::vector{EOS_InvalidAuth}) << damage;
   }
+  const std::string newer = R"({"version": 2})";
+  std::ofstream(file) << newer;
+  EXPECT_EQ(Login().results, std::vector{EOS_Success});
+  EXPECT_EQ(persistent(), std::vector{EOS_InvalidAuth});
+  EXPECT_NE(log.find("written by a newer version and is not replaced"), std::string::npos) << log;
+  EXPECT_EQ(std::filesystem::file_size(file), newer.size());
+  std::ofstream(file) << "{}";
   Login();
   EXPECT_EQ(persistent(), std::vector{EOS_Success});
   const EOS_Auth_DeletePersistentAuthOptions options{2, nullptr};
@@ -385,6 +392,16 @@ TEST_F(EosStandin, RunsTheCompletionsOfATickInTheScriptedOrder) {
   }
 }
 
+TEST_F(EosStandin, RunsNoMoreCompletionsInATickThanItMay) {
+  LimitCompletionsPerTick(2);
+  const EOS_Friends_QueryFriendsOptions options{1, nullptr};
+  for (int i = 0; i < 5; ++i) EOS_Friends_QueryFriends(friends, &options, nullptr, nullptr);
+  for (const int64_t left : {3, 1, 0}) {
+    Tick();
+    EXPECT_EQ(OutstandingNow().operations, left);
+  }
+}
+
 TEST_F(EosStandin, ServesRulesByTargetSkipAndTimes) {
   Login();
   AddRule({.call = "EOS_UserInfo_QueryUserInfo",
@@ -427,6 +444,18 @@ TEST_F(EosStandin, KnowsFriendsAndTheirUserInfoOnceQueried) {
   EXPECT_EQ(EOS_Friends_GetStatus(friends, &status), EOS_EFriendsStatus::EOS_FS_InviteSent);
 }
 
+TEST_F(EosStandin, KnowsResultsByNameAndByNumber) {
+  for (const auto& [number, name] :
+       {std::pair{30, "EOS_Missing_Feature"}, std::pair{1013, "EOS_Auth_Expired"},
+        std::pair{1080, "EOS_Auth_NoRealId"},
+        std::pair{7007, "EOS_Connect_ExternalServiceConfigurationFailure"},
+        std::pair{4711, "EOS_Unknown"}}) {
+    EXPECT_STREQ(EOS_EResult_ToString(static_cast<EOS_EResult>(number)), name);
+    AddRule({.call = "EOS_Auth_Login", .result = number});
+    EXPECT_EQ(Login().results, std::vector{static_cast<EOS_EResult>(number)});
+  }
+}
+
 TEST(EosWorld, SaysWhatIsWrongWithAFile) {
   const std::pair<std::string, std::string> rows[] = {
       {"{\n\"accounts\": [\n,", ":3: "},
@@ -435,14 +464,17 @@ TEST(EosWorld, SaysWhatIsWrongWithAFile) {
       {R"({"accounts":[{}]})", ": /accounts/0/account_id: is missing"},
       {R"({"accounts":[],"x":1})", ": /x: is not known"},
       {R"({"accounts":[],"signs_in":"x"})", ": /signs_in: is no account's name"},
-      {R"({"accounts":[],"calls":{"EOS_X":[]}})", ": /calls/EOS_X: is not a call"},
+      {R"({"accounts":[],"calls":{"EOS_X":[]}})",
+       ": /calls/EOS_X: is not a call that gives a result; the nearest: EOS_"},
       {R"({"accounts":[],"calls":{"EOS_Shutdown":[{"result":"x"}]}})",
-       ": /calls/EOS_Shutdown/0/result: is no result code"},
+       ": /calls/EOS_Shutdown/0/result: is no result code; the nearest: EOS_"},
+      {R"({"accounts":[],"calls":{"EOS_Shutdown":[{"result":"EOS_NotFind"}]}})",
+       ": /calls/EOS_Shutdown/0/result: is no result code; the nearest: EOS_NotFound, "},
       {R"({"accounts":[{"account_id":"x"}]})",
        ": /accounts/0/account_id: must be 32 hexadecimal digits"},
-      {R"({"accounts":[],"seed":1e309})", ": number overflow"},
+      {R"({"accounts":[],"seed":1e309})", ":1: number overflow"},
       {R"({"accounts":[],"calls":{"EOS_Shutdown":[{"result":4294967296}]}})",
-       ": /calls/EOS_Shutdown/0/result: must be a 32-bit number"},
+       ": /calls/EOS_Shutdown/0/result: must be a 32-bit number or a name"},
       {R"({"accounts":[{"account_id":"00000000000000000000000000000f01","friends":[)"
        R"({"account_id":"00000000000000000000000000000f02"}],"generated_friends":2147483647}]})",
        ": /accounts/0: has more friends than can be counted"},

@@ -48,6 +48,7 @@ World MakeWorld() {
 void ApplyScript(const WorldScript& script) {
   for (const Rule& rule : script.rules) AddRule(rule);
   if (script.order) SetCompletionOrder(*script.order, script.seed);
+  if (script.completions_per_tick > 0) LimitCompletionsPerTick(script.completions_per_tick);
   if (script.complete_on_release) CompleteOnRelease(*script.complete_on_release);
 }
 
@@ -73,7 +74,7 @@ World& TheWorld() { return *TheLibrary().world; }
 std::vector<std::unique_ptr<Platform>>& Platforms() { return TheLibrary().platforms; }
 
 void SetWorld(const nlohmann::ordered_json& world) {
-  World parsed = World::FromJson(world, "world");
+  World parsed = World::FromText(world.dump(), "world");
   const std::lock_guard lock(TheLibrary().mutex);
   TheLibrary().next_world = std::move(parsed);
 }

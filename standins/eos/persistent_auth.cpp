@@ -1,8 +1,8 @@
 #include "persistent_auth.h"
 
 #include "common/files.h"
+#include "common/json.h"
 #include "common/paths.h"
-#include "describe.h"
 #include "library.h"
 #include "log.h"
 
@@ -11,7 +11,9 @@ namespace {
 
 using enum EOS_ELogLevel;
 
+using zelk::common::JsonText;
 using zelk::common::PathFromSystemText;
+using zelk::common::ReadJson;
 
 constexpr const char* kFileName = "EOS_PersistentAuth.json";
 
@@ -21,14 +23,21 @@ std::string PathOf(const Platform& platform) {
   return directory + (is_closed ? "" : "/") + kFileName;
 }
 
-// The account of a file's text; nothing for a text that KeepPersistentAuth did not write.
+constexpr const char* kVersion = "1";
+
+// What is kept; nothing when the text is not what KeepPersistentAuth writes.
 std::optional<Key> AccountIn(const std::string& text) {
-  const Json json = Json::parse(text, nullptr, false);
-  const auto is_text = [&json](const char* name) {
-    return json.contains(name) && json[name].is_string();
-  };
-  if (!is_text("account_id") || !is_text("refresh_token")) return std::nullopt;
-  return ParseKey(json["account_id"].get<std::string>());
+  const auto json = ReadJson(text);
+  const auto id = json ? json->Find("account_id") : std::nullopt;
+  const bool complete = id && json->Find("refresh_token");
+  return complete ? ParseKey(id->text()) : std::nullopt;
+}
+
+// A file of before there were versions is of the first.
+bool IsOfNewerVersion(const std::string& text) {
+  const auto json = ReadJson(text);
+  const auto version = json ? json->Find("version") : std::nullopt;
+  return version && version->text() != kVersion;
 }
 
 std::nullptr_t Warn(const char* what, const Platform& platform) {
@@ -40,9 +49,14 @@ std::nullptr_t Warn(const char* what, const Platform& platform) {
 
 void KeepPersistentAuth(const Platform& platform, const Session& session) {
   if (platform.cache_directory.empty()) return;
-  const Json json{{"account_id", session.id->text}, {"refresh_token", session.refresh_token}};
   const std::filesystem::path file = PathFromSystemText(PathOf(platform));
-  const std::error_code error = zelk::common::WriteAtomically(file, json.dump(2) + "\n");
+  if (IsOfNewerVersion(zelk::common::ReadFile(file).value_or(""))) {
+    return static_cast<void>(Warn("was written by a newer version and is not replaced", platform));
+  }
+  const std::string json = "{\n  \"version\": " + std::string(kVersion) +
+                           ",\n  \"account_id\": " + JsonText(session.id->text) +
+                           ",\n  \"refresh_token\": " + JsonText(session.refresh_token) + "\n}\n";
+  const std::error_code error = zelk::common::WriteAtomically(file, json);
   zelk::common::RemoveLeftovers(file);
   if (!error) return;
   Log(kLogAuth, EOS_LOG_Error, "Persistent authorisation cannot be written: ", PathOf(platform));
@@ -52,6 +66,7 @@ const Account* PersistedAccount(const Platform& platform) {
   if (platform.cache_directory.empty()) return nullptr;
   const auto text = zelk::common::ReadFile(PathFromSystemText(PathOf(platform)));
   if (!text) return Warn("is not there", platform);
+  if (IsOfNewerVersion(*text)) return Warn("was written by a newer version", platform);
   const auto id = AccountIn(*text);
   if (!id) return Warn("is damaged", platform);
   const Account* account = TheWorld().Find(*id);

@@ -24,8 +24,9 @@ void EOS_PlatformHandle::Tick() {
   ++tick_;
   ReportExpiration();
   if (released) return;
-  due_now_ = PopDue();
-  while (!due_now_.empty()) {
+  std::ranges::move(PopDue(), std::back_inserter(due_now_));
+  const int64_t limit = CompletionsPerTick();
+  for (int64_t run = 0; !due_now_.empty() && (limit == 0 || run < limit); ++run) {
     auto operation = std::move(due_now_.front());
     due_now_.pop_front();
     const bool again = operation->Run();

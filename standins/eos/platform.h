@@ -91,7 +91,7 @@ struct EOS_PlatformHandle {
   int64_t tick_ = 0;
   // By the tick they are due in, in the order of the calls.
   std::map<int64_t, Operations> queue_;
-  // What the tick that is under way has still to run.
+  // What the tick that is under way has still to run, or leaves to the next.
   Operations due_now_;
 };
 

@@ -14,36 +14,8 @@ struct ResultRow {
   const char* name;
 };
 
-#define EOS_STANDIN_ROW(name) \
-  ResultRow { EOS_EResult::name, #name }
-inline constexpr std::array kResults{
-    EOS_STANDIN_ROW(EOS_Success),
-    EOS_STANDIN_ROW(EOS_NoConnection),
-    EOS_STANDIN_ROW(EOS_InvalidCredentials),
-    EOS_STANDIN_ROW(EOS_InvalidUser),
-    EOS_STANDIN_ROW(EOS_InvalidAuth),
-    EOS_STANDIN_ROW(EOS_AccessDenied),
-    EOS_STANDIN_ROW(EOS_MissingPermissions),
-    EOS_STANDIN_ROW(EOS_Token_Not_Account),
-    EOS_STANDIN_ROW(EOS_TooManyRequests),
-    EOS_STANDIN_ROW(EOS_AlreadyPending),
-    EOS_STANDIN_ROW(EOS_InvalidParameters),
-    EOS_STANDIN_ROW(EOS_InvalidRequest),
-    EOS_STANDIN_ROW(EOS_UnrecognizedResponse),
-    EOS_STANDIN_ROW(EOS_IncompatibleVersion),
-    EOS_STANDIN_ROW(EOS_NotConfigured),
-    EOS_STANDIN_ROW(EOS_AlreadyConfigured),
-    EOS_STANDIN_ROW(EOS_NotImplemented),
-    EOS_STANDIN_ROW(EOS_Canceled),
-    EOS_STANDIN_ROW(EOS_NotFound),
-    EOS_STANDIN_ROW(EOS_OperationWillRetry),
-    EOS_STANDIN_ROW(EOS_NoChange),
-    EOS_STANDIN_ROW(EOS_VersionMismatch),
-    EOS_STANDIN_ROW(EOS_LimitExceeded),
-    EOS_STANDIN_ROW(EOS_Auth_PinGrantCode),
-    EOS_STANDIN_ROW(EOS_Auth_MFARequired),
-    EOS_STANDIN_ROW(EOS_UnexpectedError),
-};
+#define EOS_STANDIN_ROW(name, value) ResultRow{EOS_EResult::name, #name},
+inline constexpr std::array kResults{EOS_RESULT_CODES(EOS_STANDIN_ROW)};
 #undef EOS_STANDIN_ROW
 
 constexpr const char* NameOf(EOS_EResult code) {

@@ -29,6 +29,7 @@ std::atomic<bool> has_hook{false};
 std::atomic<CompletionOrder> completion_order{CompletionOrder::kInOrder};
 std::atomic<uint64_t> shuffle_seed{1};
 std::atomic<bool> complete_on_release{false};
+std::atomic<int64_t> completions_per_tick{0};
 std::atomic<Expiration> expiration{Expiration::kNone};
 
 // What the switches guard. Never destroyed: a call may come from another static destructor.
@@ -91,6 +92,7 @@ void ReportMisuse(MisuseRule rule, Function function) {
 
 CompletionOrder OrderOfCompletions() { return completion_order.load(kRelaxed); }
 uint64_t ShuffleSeed() { return shuffle_seed.load(kRelaxed); }
+int64_t CompletionsPerTick() { return completions_per_tick.load(kRelaxed); }
 bool CompletesOnRelease() { return complete_on_release.load(kRelaxed); }
 
 Expiration ConsumeExpiration() {
@@ -122,6 +124,8 @@ void SetCompletionOrder(CompletionOrder order, uint64_t seed) {
   shuffle_seed.store(seed, kRelaxed);
   completion_order.store(order, kRelaxed);
 }
+
+void LimitCompletionsPerTick(int64_t count) { completions_per_tick.store(count, kRelaxed); }
 
 void CompleteOnRelease(bool complete) { complete_on_release.store(complete, kRelaxed); }
 

@@ -45,6 +45,8 @@ void ReportMisuse(MisuseRule rule, Function function);
 CompletionOrder OrderOfCompletions();
 uint64_t ShuffleSeed();
 bool CompletesOnRelease();
+// 0 is no limit.
+int64_t CompletionsPerTick();
 
 enum class Expiration { kNone, kReported, kReportedWithoutData };
 // What ExpireConnectToken asked for since the last call.

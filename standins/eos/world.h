@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,14 +44,14 @@ struct WorldScript {
   std::optional<CompletionOrder> order;
   uint64_t seed = 1;
   std::optional<bool> complete_on_release;
+  int64_t completions_per_tick = 0;
 };
 
 class World {
  public:
-  // Both throw std::runtime_error with "FILE:LINE: message" for text that is not JSON, and with
+  // Throws std::runtime_error with "FILE:LINE: message" for text that is not JSON, and with
   // "FILE: POINTER: message" for a document that is not a world.
   static World FromText(const std::string& text, const std::string& file);
-  static World FromJson(const nlohmann::ordered_json& document, const std::string& file);
   // The world that is there when nothing names another one.
   static World BuiltIn();
 

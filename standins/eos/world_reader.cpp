@@ -1,11 +1,13 @@
-// Makes a World from its JSON document.
+// Makes a World from the text of its JSON document.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <functional>
+#include <numeric>
 #include <stdexcept>
 #include <utility>
 
-#include "common/json_error.h"
+#include "common/json.h"
 #include "functions.h"
 #include "results.h"
 #include "world.h"
@@ -13,7 +15,9 @@
 namespace eos_standin {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using zelk::common::JsonError;
+using zelk::common::JsonKind;
+using zelk::common::JsonValue;
 
 constexpr std::array<std::pair<std::string_view, EOS_EFriendsStatus>, 4> kStatusNames{{
     {"NotFriends", EOS_EFriendsStatus::EOS_FS_NotFriends},
@@ -31,193 +35,213 @@ constexpr std::array<std::pair<std::string_view, CompletionOrder>, 3> kOrderName
 // As far as the calls of the library can count.
 constexpr int64_t kMostCounted = INT32_MAX;
 
-class Node;
+[[noreturn]] void Fail(const JsonValue& value, const std::string& message) {
+  const std::string pointer = value.Pointer();
+  throw std::runtime_error((pointer.empty() ? "/" : pointer) + ": " + message);
+}
+
+// --- names ---
+
+// How many letters to add, take away or change make one name of the other.
+size_t EditDistance(std::string_view from, std::string_view to) {
+  std::vector<size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < from.size(); ++i) {
+    size_t diagonal = std::exchange(row[0], i + 1);
+    for (size_t j = 0; j < to.size(); ++j) {
+      const size_t changed = diagonal + (from[i] == to[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({diagonal + 1, row[j] + 1, changed});
+    }
+  }
+  return row.back();
+}
+
+// Says of a name that it is none of these, and which of them are the nearest.
+[[noreturn]] void FailName(const JsonValue& value, const std::string& message,
+                           std::string_view name, std::vector<std::string_view> known) {
+  constexpr size_t kMostNamed = 3;
+  std::ranges::stable_sort(known, {}, [&](auto each) { return EditDistance(name, each); });
+  if (known.size() > kMostNamed) known.resize(kMostNamed);
+  std::string nearest;
+  for (const std::string_view each : known) {
+    nearest.append(nearest.empty() ? "" : ", ").append(each);
+  }
+  Fail(value, message + "; the nearest: " + nearest);
+}
+
+// --- values ---
 
 // A member of an object: its name, and what becomes of its value.
 struct Member {
-  std::string name;
-  std::function<void(const Node&)> read;
+  std::string_view name;
+  std::function<void(const JsonValue&)> read;
   bool required = false;
 };
 
-// One value of the document with the way to it, for messages.
-class Node {
- public:
-  Node(const Json* json, std::string file, std::string pointer)
-      : json_(json), file_(std::move(file)), pointer_(std::move(pointer)) {}
-
-  [[noreturn]] void Fail(const std::string& message) const {
-    throw std::runtime_error(file_ + ": " + (pointer_.empty() ? "/" : pointer_) + ": " + message);
+// Reads an object with none but these members, in their order.
+void ReadObject(const JsonValue& object, const std::vector<Member>& members) {
+  if (object.kind() != JsonKind::kObject) Fail(object, "must be an object");
+  for (const JsonValue& value : object.Children()) {
+    std::vector<std::string_view> known;
+    for (const Member& member : members) known.push_back(member.name);
+    const bool is_known = std::ranges::find(known, value.key()) != known.end();
+    if (!is_known) FailName(value, "is not known", value.key(), known);
   }
-
-  // Reads an object with none but these members, in their order.
-  void ReadObject(const std::vector<Member>& members) const {
-    for (const auto& [name, value] : Members()) {
-      const auto same = [&name = name](const Member& member) { return member.name == name; };
-      if (std::none_of(members.begin(), members.end(), same)) value.Fail("is not known");
-    }
-    for (const Member& member : members) {
-      const auto found = json_->find(member.name);
-      if (found != json_->end()) {
-        member.read(Below(member.name, &*found));
-      } else if (member.required) {
-        Below(member.name, nullptr).Fail("is missing");
-      }
+  for (const Member& member : members) {
+    const auto value = object.Find(member.name);
+    if (value) member.read(*value);
+    if (!value && member.required) {
+      throw std::runtime_error(object.Pointer() + "/" + std::string(member.name) + ": is missing");
     }
   }
-
-  std::vector<std::pair<std::string, Node>> Members() const {
-    if (!json_->is_object()) Fail("must be an object");
-    std::vector<std::pair<std::string, Node>> members;
-    for (const auto& [name, value] : json_->items())
-      members.emplace_back(name, Below(name, &value));
-    return members;
-  }
-
-  std::vector<Node> Elements() const {
-    if (!json_->is_array()) Fail("must be an array");
-    std::vector<Node> elements;
-    for (const Json& value : *json_)
-      elements.push_back(Below(std::to_string(elements.size()), &value));
-    return elements;
-  }
-
-  bool IsNull() const { return json_->is_null(); }
-
-  std::string Text() const {
-    if (!json_->is_string()) Fail("must be a string");
-    return json_->get<std::string>();
-  }
-
-  Key Identifier() const {
-    const auto key = ParseKey(Text());
-    if (!key) Fail("must be 32 hexadecimal digits");
-    return *key;
-  }
-
-  int64_t Count() const {
-    const bool counts = json_->is_number_integer() && *json_ >= 0 && *json_ <= kMostCounted;
-    if (!counts) Fail("must be a whole number from 0 to " + std::to_string(kMostCounted));
-    return json_->get<int64_t>();
-  }
-
-  double Seconds() const {
-    if (!json_->is_number()) Fail("must be a number");
-    return json_->get<double>();
-  }
-
-  bool Flag() const {
-    if (!json_->is_boolean()) Fail("must be true or false");
-    return json_->get<bool>();
-  }
-
-  int32_t ResultCode() const {
-    if (json_->is_number_integer()) {
-      const auto code = json_->get<int64_t>();
-      const bool too_large = json_->is_number_unsigned() && code < 0;
-      if (too_large || code != static_cast<int32_t>(code)) Fail("must be a 32-bit number");
-      return static_cast<int32_t>(code);
-    }
-    const std::string name = Text();
-    for (const ResultRow& row : kResults) {
-      if (name == row.name) return static_cast<int32_t>(row.code);
-    }
-    Fail("is no result code");
-  }
-
-  template <class Table>
-  auto OneOf(const Table& table) const {
-    const std::string name = Text();
-    for (const auto& [row, value] : table) {
-      if (name == row) return value;
-    }
-    Fail("is not known");
-  }
-
- private:
-  Node Below(const std::string& name, const Json* json) const {
-    return {json, file_, pointer_ + "/" + name};
-  }
-
-  const Json* json_;
-  std::string file_;
-  std::string pointer_;
-};
-
-void Read(const Node& node, std::optional<std::string>& text) {
-  if (!node.IsNull()) text = node.Text();
 }
-void Read(const Node& node, int64_t& count) { count = node.Count(); }
-void Read(const Node& node, double& seconds) { seconds = node.Seconds(); }
-void Read(const Node& node, bool& flag) { flag = node.Flag(); }
-void Read(const Node& node, std::optional<bool>& flag) { flag = node.Flag(); }
+
+std::vector<JsonValue> Elements(const JsonValue& array) {
+  if (array.kind() != JsonKind::kArray) Fail(array, "must be an array");
+  return array.Children();
+}
+
+const std::string& Text(const JsonValue& value) {
+  if (value.kind() != JsonKind::kText) Fail(value, "must be a string");
+  return value.text();
+}
+
+Key Identifier(const JsonValue& value) {
+  const auto key = ParseKey(Text(value));
+  if (!key) Fail(value, "must be 32 hexadecimal digits");
+  return *key;
+}
+
+// Nothing for what is no number of that type.
+template <class Number>
+std::optional<Number> NumberIn(const JsonValue& value) {
+  const std::string& text = value.text();
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool is_number = value.kind() == JsonKind::kInteger || value.kind() == JsonKind::kNumber;
+  const bool is_whole = end == text.data() + text.size();
+  return is_number && is_whole && error == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+int64_t Count(const JsonValue& value) {
+  const int64_t count = NumberIn<int64_t>(value).value_or(-1);
+  if (count >= 0 && count <= kMostCounted) return count;
+  Fail(value, "must be a whole number from 0 to " + std::to_string(kMostCounted));
+}
+
+// By its number, or by its published name.
+int32_t ResultCode(const JsonValue& value) {
+  if (const auto code = NumberIn<int32_t>(value)) return *code;
+  if (value.kind() != JsonKind::kText) Fail(value, "must be a 32-bit number or a name");
+  std::vector<std::string_view> names;
+  for (const ResultRow& row : kResults) {
+    if (value.text() == row.name) return static_cast<int32_t>(row.code);
+    names.emplace_back(row.name);
+  }
+  FailName(value, "is no result code", value.text(), std::move(names));
+}
+
+template <class Table>
+auto OneOf(const JsonValue& value, const Table& table) {
+  std::vector<std::string_view> names;
+  for (const auto& [name, meaning] : table) {
+    if (Text(value) == name) return meaning;
+    names.push_back(name);
+  }
+  FailName(value, "is not known", value.text(), std::move(names));
+}
+
+void Read(const JsonValue& value, std::optional<std::string>& text) {
+  if (value.kind() != JsonKind::kNull) text = Text(value);
+}
+void Read(const JsonValue& value, int64_t& count) { count = Count(value); }
+void Read(const JsonValue& value, double& seconds) {
+  const auto number = NumberIn<double>(value);
+  if (!number) Fail(value, "must be a number");
+  seconds = *number;
+}
+void Read(const JsonValue& value, bool& flag) {
+  if (value.kind() != JsonKind::kBoolean) Fail(value, "must be true or false");
+  flag = value.text() == "true";
+}
+void Read(const JsonValue& value, std::optional<bool>& flag) { Read(value, flag.emplace()); }
 
 // A member whose value is read as the type of the variable says.
 template <class Variable>
-Member Into(const char* name, Variable& variable) {
-  return {name, [&variable](const Node& node) { Read(node, variable); }};
+Member Into(std::string_view name, Variable& variable) {
+  return {name, [&variable](const JsonValue& value) { Read(value, variable); }};
 }
 
-Rule ReadRule(const std::string& call, const Node& node) {
+Rule ReadRule(const std::string& call, const JsonValue& node) {
   Rule rule{.call = call};
-  node.ReadObject({
-      {"result", [&](const Node& result) { rule.result = result.ResultCode(); }},
-      {"target", [&](const Node& target) { rule.target = KeyText(target.Identifier()); }},
-      Into("skip", rule.skip),
-      Into("times", rule.times),
-      Into("after_ticks", rule.after_ticks),
-      Into("null_data", rule.null_data),
-      Into("null_client_data", rule.null_client_data),
-      Into("null_texts", rule.null_texts),
-      Into("completes_twice", rule.completes_twice),
-  });
+  ReadObject(
+      node,
+      {
+          {"result", [&](const JsonValue& result) { rule.result = ResultCode(result); }},
+          {"target", [&](const JsonValue& target) { rule.target = KeyText(Identifier(target)); }},
+          Into("skip", rule.skip),
+          Into("times", rule.times),
+          Into("after_ticks", rule.after_ticks),
+          Into("null_data", rule.null_data),
+          Into("null_client_data", rule.null_client_data),
+          Into("null_texts", rule.null_texts),
+          Into("completes_twice", rule.completes_twice),
+      });
   return rule;
 }
 
-void ReadCalls(const Node& node, std::vector<Rule>& rules) {
-  for (const auto& [call, list] : node.Members()) {
-    const auto function = FunctionNamed(call);
-    if (!function) list.Fail("is not a call");
-    if (!kFunctions[IndexOf(*function)].takes_rules) list.Fail("gives no result");
-    for (const Node& rule : list.Elements()) rules.push_back(ReadRule(call, rule));
+void ReadCalls(const JsonValue& node, std::vector<Rule>& rules) {
+  if (node.kind() != JsonKind::kObject) Fail(node, "must be an object");
+  std::vector<std::string_view> names;
+  for (const FunctionRow& row : kFunctions) {
+    if (row.takes_rules) names.push_back(row.name);
+  }
+  for (const JsonValue& list : node.Children()) {
+    const bool is_known = std::ranges::find(names, list.key()) != names.end();
+    if (!is_known) FailName(list, "is not a call that gives a result", list.key(), names);
+    for (const JsonValue& rule : Elements(list)) rules.push_back(ReadRule(list.key(), rule));
   }
 }
 
-void ReadFriend(const Node& node, Account& account) {
+void ReadFriend(const JsonValue& node, Account& account) {
   Key id;
   auto status = EOS_EFriendsStatus::EOS_FS_Friends;
-  node.ReadObject({
-      {"account_id", [&](const Node& text) { id = text.Identifier(); }, true},
-      {"status", [&](const Node& name) { status = name.OneOf(kStatusNames); }},
-  });
-  if (!account.status.emplace(id, status).second) node.Fail("is there twice");
+  ReadObject(node,
+             {
+                 {"account_id", [&](const JsonValue& text) { id = Identifier(text); }, true},
+                 {"status", [&](const JsonValue& name) { status = OneOf(name, kStatusNames); }},
+             });
+  if (!account.status.emplace(id, status).second) Fail(node, "is there twice");
   account.friends.push_back(id);
 }
 
-std::unique_ptr<Account> ReadAccount(const Node& node) {
+std::unique_ptr<Account> ReadAccount(const JsonValue& node) {
   auto account = std::make_unique<Account>();
   Profile& profile = account->profile;
-  const auto read_product_user = [&](const Node& id) {
-    if (!id.IsNull()) account->product_user = (static_cast<void>(id.Identifier()), id.Text());
+  const auto read_product_user = [&](const JsonValue& id) {
+    Read(id, account->product_user);
+    if (account->product_user) Identifier(id);
   };
-  const auto read_friends = [&](const Node& friends) {
-    for (const Node& row : friends.Elements()) ReadFriend(row, *account);
+  const auto read_friends = [&](const JsonValue& friends) {
+    for (const JsonValue& row : Elements(friends)) ReadFriend(row, *account);
   };
-  node.ReadObject({
-      {"account_id", [&](const Node& id) { account->id = id.Identifier(); }, true},
-      Into("name", account->name),
-      Into("password", account->password),
-      Into("exchange_code", account->exchange_code),
-      {"product_user_id", read_product_user},
-      Into("display_name", profile.display_name),
-      Into("nickname", profile.nickname),
-      Into("country", profile.country),
-      Into("language", profile.language),
-      Into("generated_friends", account->generated_friends),
-      {"friends", read_friends},
-  });
+  ReadObject(node,
+             {
+                 {"account_id", [&](const JsonValue& id) { account->id = Identifier(id); }, true},
+                 Into("name", account->name),
+                 Into("password", account->password),
+                 Into("exchange_code", account->exchange_code),
+                 {"product_user_id", read_product_user},
+                 Into("display_name", profile.display_name),
+                 Into("nickname", profile.nickname),
+                 Into("country", profile.country),
+                 Into("language", profile.language),
+                 Into("generated_friends", account->generated_friends),
+                 {"friends", read_friends},
+             });
   if (World::FriendCount(*account) > kMostCounted) {
-    node.Fail("has more friends than can be counted");
+    Fail(node, "has more friends than can be counted");
   }
   return account;
 }
@@ -226,61 +250,59 @@ std::unique_ptr<Account> ReadAccount(const Node& node) {
 
 class WorldReader {
  public:
-  World Read(const Node& root) {
+  World Read(const JsonValue& root) {
     WorldScript& script = world_.script_;
-    root.ReadObject({
-        {"accounts", [&](const Node& accounts) { ReadAccounts(accounts); }, true},
-        {"signs_in", [&](const Node& name) { ReadSignsIn(name); }},
-        {"calls", [&](const Node& calls) { ReadCalls(calls, script.rules); }},
-        {"completion_order", [&](const Node& name) { script.order = name.OneOf(kOrderNames); }},
-        {"seed", [&](const Node& seed) { script.seed = static_cast<uint64_t>(seed.Count()); }},
-        Into("complete_on_release", script.complete_on_release),
-        {"access_token", [&](const Node& token) { ReadAccessToken(token); }},
-        {"client", [&](const Node& client) { ReadClient(client); }},
-    });
+    ReadObject(
+        root,
+        {
+            {"accounts", [&](const JsonValue& accounts) { ReadAccounts(accounts); }, true},
+            {"signs_in", [&](const JsonValue& name) { ReadSignsIn(name); }},
+            {"calls", [&](const JsonValue& calls) { ReadCalls(calls, script.rules); }},
+            {"completion_order",
+             [&](const JsonValue& name) { script.order = OneOf(name, kOrderNames); }},
+            {"seed",
+             [&](const JsonValue& seed) { script.seed = static_cast<uint64_t>(Count(seed)); }},
+            Into("complete_on_release", script.complete_on_release),
+            Into("completions_per_tick", script.completions_per_tick),
+            {"access_token", [&](const JsonValue& token) { ReadAccessToken(token); }},
+            {"client", [&](const JsonValue& client) { ReadClient(client); }},
+        });
     return std::move(world_);
   }
 
  private:
-  void ReadAccounts(const Node& accounts) {
-    for (const Node& node : accounts.Elements()) {
+  void ReadAccounts(const JsonValue& accounts) {
+    for (const JsonValue& node : Elements(accounts)) {
       auto account = ReadAccount(node);
-      if (!world_.by_id_.emplace(account->id, account.get()).second) node.Fail("is there twice");
+      if (!world_.by_id_.emplace(account->id, account.get()).second) Fail(node, "is there twice");
       world_.accounts_.push_back(std::move(account));
     }
     if (!world_.accounts_.empty()) world_.signs_in_ = world_.accounts_.front().get();
   }
 
-  void ReadSignsIn(const Node& node) {
-    world_.signs_in_ = world_.FindByName(node.Text());
-    if (world_.signs_in_ == nullptr) node.Fail("is no account's name");
+  void ReadSignsIn(const JsonValue& node) {
+    world_.signs_in_ = world_.FindByName(Text(node));
+    if (world_.signs_in_ == nullptr) Fail(node, "is no account's name");
   }
 
-  void ReadClient(const Node& node) {
-    node.ReadObject({Into("id", world_.client_id_), Into("secret", world_.client_secret_)});
+  void ReadClient(const JsonValue& node) {
+    ReadObject(node, {Into("id", world_.client_id_), Into("secret", world_.client_secret_)});
   }
 
-  void ReadAccessToken(const Node& node) {
-    node.ReadObject({Into("expires_in", world_.token_seconds_),
-                     Into("refresh_expires_in", world_.refresh_token_seconds_)});
+  void ReadAccessToken(const JsonValue& node) {
+    ReadObject(node, {Into("expires_in", world_.token_seconds_),
+                      Into("refresh_expires_in", world_.refresh_token_seconds_)});
   }
 
   World world_;
 };
 
-World World::FromText(const std::string& text, const std::string& file) {
-  try {
-    return FromJson(Json::parse(text), file);
-  } catch (const Json::exception& error) {
-    // A number that no type holds has no place.
-    const auto [line, column, reason] = zelk::common::ExplainJsonError(error);
-    const std::string place = line > 0 ? ":" + std::to_string(line) : "";
-    throw std::runtime_error(file + place + ": " + reason);
-  }
-}
-
-World World::FromJson(const nlohmann::ordered_json& document, const std::string& file) {
-  return WorldReader().Read(Node(&document, file, ""));
+World World::FromText(const std::string& text, const std::string& file) try {
+  return WorldReader().Read(JsonValue(text));
+} catch (const JsonError& error) {
+  throw std::runtime_error(file + ":" + std::to_string(error.line) + ": " + error.what());
+} catch (const std::runtime_error& error) {
+  throw std::runtime_error(file + ": " + error.what());
 }
 
 }  // namespace eos_standin

@@ -1,31 +1,19 @@
 #include "core_contract/json.h"
 
-#include <nlohmann/json.hpp>
 #include <utility>
 
+#include "common/json.h"
 #include "common/null_text.h"
 
 namespace zelk {
-namespace {
 
-constexpr int kNoIndent = -1;
-
-template <class Json>
-std::string Dump(const Json& value) {
-  return value.dump(kNoIndent, ' ', false, Json::error_handler_t::replace);
-}
-
-}  // namespace
-
-// NOLINTNEXTLINE(bugprone-exception-escape): an empty value of the library does not throw
 struct JSONWriter::Document {
-  nlohmann::ordered_json object;
+  std::string text;
   bool open = false;
 
   // Outside of StartJsonConvert and EndJsonConvert nothing is taken.
-  template <class T>
-  void Add(const char* key, const T& value) {
-    if (open) object[key] = value;
+  void Add(const char* key, const std::string& json) {
+    if (open) text += (text.empty() ? "{" : ",") + common::JsonText(key) + ":" + json;
   }
 };
 
@@ -33,30 +21,29 @@ JSONWriter::JSONWriter() : document_(std::make_unique<Document>()) {}
 
 JSONWriter::~JSONWriter() = default;
 
-void JSONWriter::StartJsonConvert() {
-  document_->object = nlohmann::ordered_json::object();
-  document_->open = true;
+void JSONWriter::StartJsonConvert() { *document_ = {.text = "", .open = true}; }
+
+void JSONWriter::EndJsonConvert() {
+  if (!std::exchange(document_->open, false)) return;
+  document_->text += document_->text.empty() ? "{}" : "}";
 }
 
-void JSONWriter::EndJsonConvert() { document_->open = false; }
-
 JSONWriter& JSONWriter::Convert(const char* key, int value) {
-  document_->Add(key, value);
-  return *this;
+  return Convert(key, static_cast<long long>(value));
 }
 
 JSONWriter& JSONWriter::Convert(const char* key, bool value) {
-  document_->Add(key, value);
+  document_->Add(key, value ? "true" : "false");
   return *this;
 }
 
 JSONWriter& JSONWriter::Convert(const char* key, long long value) {
-  document_->Add(key, value);
+  document_->Add(key, std::to_string(value));
   return *this;
 }
 
 JSONWriter& JSONWriter::Convert(const char* key, unsigned long long value) {
-  document_->Add(key, value);
+  document_->Add(key, std::to_string(value));
   return *this;
 }
 
@@ -65,32 +52,31 @@ JSONWriter& JSONWriter::Convert(const char* key, const char* value, int kind) {
 }
 
 JSONWriter& JSONWriter::Convert(const char* key, const std::string& value, int kind) {
-  if (kind == kJsonText) document_->Add(key, value);
+  if (kind == kJsonText) document_->Add(key, common::JsonText(value));
   return *this;
 }
 
-std::string JSONWriter::GetJsonString() const {
-  const bool finished = document_->object.is_object() && !document_->open;
-  return finished ? Dump(document_->object) : "";
-}
+std::string JSONWriter::GetJsonString() const { return document_->open ? "" : document_->text; }
 
-// Points into a document that all readers of it own together.
+// Of a malformed text, and of a missing member, there is none.
 struct JSONReader::Value {
-  std::shared_ptr<const nlohmann::json> json;
+  std::optional<common::JsonValue> json;
 };
 
 JSONReader::JSONReader(std::shared_ptr<const Value> value) : value_(std::move(value)) {}
 
 JSONReader::~JSONReader() = default;
 
-bool JSONReader::IsObject() const { return value_->json->is_object(); }
+bool JSONReader::IsObject() const {
+  return value_->json && value_->json->kind() == common::JsonKind::kObject;
+}
 
-bool JSONReader::HasMember(const char* key) const { return value_->json->contains(key); }
+bool JSONReader::HasMember(const char* key) const {
+  return value_->json && value_->json->Find(key);
+}
 
-// Parsing and destroying a document takes no stack, however deep it is nested; copying would.
 JSONReaderParse::JSONReaderParse(const std::string& text)
-    : JSONReader(std::make_shared<const Value>(Value{std::make_shared<const nlohmann::json>(
-          nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false))})) {}
+    : JSONReader(std::make_shared<const Value>(Value{common::ReadJson(text)})) {}
 
 JSONReaderParse::JSONReaderParse(std::shared_ptr<const Value> value)
     : JSONReader(std::move(value)) {}
@@ -98,22 +84,13 @@ JSONReaderParse::JSONReaderParse(std::shared_ptr<const Value> value)
 JSONReaderParse::~JSONReaderParse() = default;
 
 JSONReaderParse JSONReaderParse::operator[](const char* key) const {
-  static const auto missing = std::make_shared<const nlohmann::json>();
-  const std::shared_ptr<const nlohmann::json>& object = value_->json;
-  const auto member = object->find(key);
-  if (member == object->end())
-    return JSONReaderParse(std::make_shared<const Value>(Value{missing}));
-  return JSONReaderParse(std::make_shared<const Value>(
-      Value{std::shared_ptr<const nlohmann::json>(object, &*member)}));
+  Value member;
+  if (value_->json) member.json = value_->json->Find(key);
+  return JSONReaderParse(std::make_shared<const Value>(std::move(member)));
 }
 
 void JSONReaderParse::Convert(std::string& out, bool /*flag*/) const {
-  const nlohmann::json& json = *value_->json;
-  if (json.is_string()) {
-    out = json.get_ref<const std::string&>();
-  } else {
-    out = json.is_number() || json.is_boolean() ? Dump(json) : "";
-  }
+  out = value_->json ? value_->json->text() : "";
 }
 
 }  // namespace zelk

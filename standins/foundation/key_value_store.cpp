@@ -1,13 +1,14 @@
 // The default key-value store: all entries in memory, and in one file that every change replaces.
 #include <map>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "common/files.h"
+#include "common/json.h"
 #include "common/paths.h"
 #include "core_contract/log.h"
 #include "core_contract/mmkv.h"
@@ -21,45 +22,55 @@ namespace zelk {
 namespace {
 
 namespace fs = std::filesystem;
+using common::JsonKind;
+using common::JsonText;
+using common::JsonValue;
 using common::Utf8FromPath;
 using Entries = std::map<std::string, std::string>;
 
-constexpr int kVersion = 1;
+constexpr std::string_view kVersion = "1";
 
-bool IsUtf8(const std::string& text) {
-  try {
-    nlohmann::json(text).dump();
-    return true;
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
-}
+constexpr std::string_view kDamaged = "is damaged";
 
 std::string ToText(const Entries& entries) {
-  const nlohmann::ordered_json document{{"version", kVersion}, {"entries", entries}};
-  return document.dump();
-}
-
-// Nothing when the text is not what ToText writes.
-std::optional<Entries> FromText(const std::string& text) {
-  const auto document = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
-  const auto version = document.find("version");
-  const auto members = document.find("entries");
-  if (!document.is_object() || document.size() != 2) return {};
-  if (version == document.end() || !version->is_number_integer() || *version != kVersion) return {};
-  if (members == document.end() || !members->is_object()) return {};
-  Entries entries;
-  for (const auto& [key, value] : members->items()) {
-    if (!value.is_string()) return {};
-    entries.emplace(key, value.get_ref<const std::string&>());
+  std::string members;
+  for (const auto& [key, value] : entries) {
+    if (!members.empty()) members += ',';
+    members += JsonText(key) + ":" + JsonText(value);
   }
-  return entries;
+  return R"({"version":)" + std::string(kVersion) + R"(,"entries":{)" + members + "}}";
 }
 
-// Nothing when the file cannot be read, or is no file.
-std::optional<std::string> ReadStore(const fs::path& file) {
+// What a file holds, or what is wrong with it.
+struct StoreFile {
+  Entries entries{};
+  std::string_view problem = "";
+};
+
+StoreFile FromText(const std::string& text) {
+  const StoreFile damaged{.problem = kDamaged};
+  const std::optional<JsonValue> document = common::ReadJson(text);
+  if (!document) return damaged;
+  const std::optional<JsonValue> version = document->Find("version");
+  if (!version || version->kind() != JsonKind::kInteger) return damaged;
+  const std::optional<JsonValue> members = document->Find("entries");
+  if (version->text() != kVersion) return {.problem = "was written by a newer version"};
+  if (!members || members->kind() != JsonKind::kObject) return damaged;
+  if (document->Children().size() != 2) return damaged;
+  StoreFile file;
+  for (const JsonValue& value : members->Children()) {
+    if (value.kind() != JsonKind::kText) return damaged;
+    file.entries[value.key()] = value.text();
+  }
+  return file;
+}
+
+StoreFile ReadStore(const fs::path& file) {
   std::error_code error;
-  return fs::is_regular_file(file, error) ? common::ReadFile(file) : std::nullopt;
+  const fs::file_type type = fs::status(file, error).type();
+  if (type == fs::file_type::not_found) return {};
+  const auto text = type == fs::file_type::regular ? common::ReadFile(file) : std::nullopt;
+  return text ? FromText(*text) : StoreFile{.problem = "cannot be read"};
 }
 
 // "zelk_store.json.damaged", or the first of "-2", "-3" and so on that is not taken.
@@ -98,7 +109,7 @@ class Store {
   }
 
   bool Set(const std::string& key, const std::string& value) {
-    if (!IsUtf8(key) || !IsUtf8(value)) {
+    if (!common::IsUtf8(key) || !common::IsUtf8(value)) {
       ZELK_LOG_ERROR("what is to be stored for [%s] is not valid UTF-8", key.c_str());
       return false;
     }
@@ -132,28 +143,22 @@ class Store {
   // Nothing is loaded before all of it is: a store that ran out of memory in between would count as
   // an empty one, and be written so.
   void Load() {
-    Entries entries;
-    bool replaceable = true;
-    std::error_code error;
-    if (fs::status(File(), error).type() != fs::file_type::not_found) {
-      const std::optional<std::string> text = ReadStore(File());
-      if (!text) {
-        ZELK_LOG_ERROR("[%s] cannot be read; nothing will be stored", Utf8FromPath(File()).c_str());
-        replaceable = false;
-      } else if (std::optional<Entries> read = FromText(*text)) {
-        entries = std::move(*read);
-      } else {
-        replaceable = SetAside(File());
-      }
+    StoreFile file = ReadStore(File());
+    bool replaceable = file.problem.empty();
+    if (file.problem == kDamaged) {
+      replaceable = SetAside(File());
+    } else if (!replaceable) {
+      ZELK_LOG_ERROR("[%s] %s; nothing will be stored", Utf8FromPath(File()).c_str(),
+                     file.problem.data());
     }
-    entries_ = std::move(entries);
+    entries_ = std::move(file.entries);
     replaceable_ = replaceable;
     cleared_ = false;
   }
 
   bool Save() {
     if (!replaceable_) {
-      ZELK_LOG_ERROR("not stored: [%s] could not be read and is kept",
+      ZELK_LOG_ERROR("not stored: [%s] could not be used and is kept",
                      Utf8FromPath(File()).c_str());
       return false;
     }
@@ -206,12 +211,7 @@ void foundation_standin::SetStoreDirectory(const fs::path& directory) {
 }
 
 std::string foundation_standin::CheckStore(const fs::path& directory) {
-  const fs::path file = directory / kStoreFileName;
-  std::error_code error;
-  if (fs::status(file, error).type() == fs::file_type::not_found) return "";
-  const std::optional<std::string> text = ReadStore(file);
-  if (!text) return "cannot be read";
-  return FromText(*text) ? "" : "is damaged";
+  return std::string(ReadStore(directory / kStoreFileName).problem);
 }
 
 }  // namespace zelk

@@ -8,7 +8,7 @@
 
 namespace zelk::common {
 
-struct JsonError {
+struct ExplainedJsonError {
   int line = 0;  // 0 when the error has no place in a text
   int column = 0;
   std::string reason;
@@ -16,11 +16,11 @@ struct JsonError {
 
 // "[json.exception.parse_error.101] parse error at line 3, column 5: what is wrong", or the same
 // without a place; what another library throws is all reason.
-inline JsonError ExplainJsonError(const std::exception& error) {
+inline ExplainedJsonError ExplainJsonError(const std::exception& error) {
   constexpr std::string_view kLine = "parse error at line ", kColumn = ", column ", kEnd = ": ";
   std::string_view rest = error.what();
   if (rest.starts_with("[json.")) rest.remove_prefix(rest.find("] ") + 2);
-  JsonError explained{.reason = std::string(rest)};
+  ExplainedJsonError explained{.reason = std::string(rest)};
   const auto read = [&rest](std::string_view before, int& number) {
     if (!rest.starts_with(before)) return false;
     rest.remove_prefix(before.size());

@@ -57,6 +57,10 @@ EOS_STANDIN_API void ClearRules();
 enum class CompletionOrder { kInOrder, kReversed, kShuffled };
 EOS_STANDIN_API void SetCompletionOrder(CompletionOrder order, uint64_t seed = 1);
 
+// A tick runs so many completions at the most, and leaves the others to the next ones; 0 is no
+// limit.
+EOS_STANDIN_API void LimitCompletionsPerTick(int64_t count);
+
 // EOS_Platform_Release first completes everything outstanding, with Canceled, instead of dropping
 // it.
 EOS_STANDIN_API void CompleteOnRelease(bool complete);

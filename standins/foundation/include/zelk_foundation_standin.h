@@ -29,8 +29,8 @@ ZELK_FOUNDATION_API void SetStoreDirectory(const std::filesystem::path& director
 // The one file in it.
 inline constexpr char kStoreFileName[] = "zelk_store.json";
 
-// Any thread. What is wrong with that file, "is damaged" or "cannot be read"; "" when it is good or
-// not there. Leaves it as it is.
+// Any thread. What is wrong with that file: "is damaged", "cannot be read", "was written by a newer
+// version"; "" when it is good or not there. Leaves it as it is.
 ZELK_FOUNDATION_API std::string CheckStore(const std::filesystem::path& directory);
 
 // Any thread. Nodes allocated and not yet given back, and nodes given back with a wrong size.
