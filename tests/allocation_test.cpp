@@ -1,14 +1,18 @@
 // Memory that cannot be had: every allocation of the plugin fails in turn, and the request is still
 // answered once, with nothing thrown at the core and nothing left over.
 //
-// This executable's operator new is the one of every library in the process. It fails only what the
-// plugin asks for, also through the standard library: EOS is a C library and cannot throw. It can
-// keep what the plugin frees, to be looked into.
+// Only what the plugin asks for fails, also through the standard library: EOS is a C library and
+// cannot throw. What the plugin frees can be kept, to be looked into. This executable's operator
+// new and delete see to both: they are those of every library in the process. On Windows each has
+// its own, and the malloc and free below them are replaced.
+#if !defined(_WIN32)
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <link.h>
+#endif
 #include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <iostream>
@@ -20,6 +24,78 @@
 #include "zelk_foundation_standin.h"
 
 namespace {
+
+// Which allocations of the plugin fail: the `first`th from now on, and those after it if `lasting`.
+// Off while `first` is 0.
+struct Shortage {
+  std::atomic<int64_t> first = 0;
+  std::atomic<int64_t> seen = 0;
+  std::atomic<bool> lasting = false;
+
+  bool Struck() const { return seen >= first; }
+
+  bool Strikes() {
+    const int64_t number = ++seen;
+    return number == first || (lasting && number > first);
+  }
+};
+Shortage shortage;
+
+#if defined(_WIN32)
+#define ZELK_SIZE_OF_BLOCK _msize
+#else
+#define ZELK_SIZE_OF_BLOCK malloc_usable_size
+#endif
+
+// What the plugin has freed while `keeps` was set.
+struct Quarantine {
+  static constexpr std::size_t kMostBlocks = 10'000;
+
+  void Keep(void* memory) {
+    const std::size_t index = count++;
+    if (index >= kMostBlocks) std::abort();
+    blocks[index] = {static_cast<const char*>(memory), ZELK_SIZE_OF_BLOCK(memory)};
+  }
+
+  std::atomic<bool> keeps = false;
+  std::atomic<std::size_t> count = 0;
+  std::string_view blocks[kMostBlocks];
+};
+Quarantine quarantine;
+
+#if defined(_WIN32)
+
+// Where malloc is called from: most often in the plugin's operator new. The compiler's run time
+// calls it too, for threads and exceptions, and ends the process when it gets nothing.
+std::map<const void*, int> callers;
+const void* operator_new = nullptr;
+
+void* Malloc(std::size_t size) {
+  const void* const caller = __builtin_return_address(0);
+  if (operator_new == nullptr) ++callers[caller];
+  const bool strikes = shortage.first > 0 && caller == operator_new && shortage.Strikes();
+  return strikes ? nullptr : std::malloc(size);
+}
+
+void Free(void* memory) {
+  quarantine.keeps&& memory != nullptr ? quarantine.Keep(memory) : std::free(memory);
+}
+
+// `request` makes the plugin take memory again and again.
+template <class Request>
+void AimAt(const zelk::host::PluginLibrary& plugin, Request request) {
+  const auto* const inside = reinterpret_cast<const void*>(plugin.update);
+  ASSERT_TRUE(system_calls::ReplaceImport(inside, "malloc", reinterpret_cast<void*>(&Malloc)) &&
+              system_calls::ReplaceImport(inside, "free", reinterpret_cast<void*>(&Free)));
+  request();
+  const auto most =
+      std::ranges::max_element(callers, {}, &std::pair<const void* const, int>::second);
+  operator_new = most->first;
+}
+
+}  // namespace
+
+#else
 
 // Where a library lies in memory.
 struct Image {
@@ -36,56 +112,29 @@ struct Image {
   const void* base = nullptr;
 };
 
-// Which allocations of the plugin fail: the `first`th from now on, and those after it if `lasting`.
-// Off while `first` is 0.
-struct Shortage {
-  std::atomic<int64_t> first = 0;
-  std::atomic<int64_t> seen = 0;
-  std::atomic<bool> lasting = false;
-  const Image* plugin = nullptr;
-  const Image* standard_library = nullptr;
+const Image* target = nullptr;
 
-  bool Struck() const { return seen >= first; }
-
-  // The caller beyond this executable and the standard library is who wants or frees the memory.
-  __attribute__((noinline)) bool IsForPlugin() const {
-    void* frames[16];
-    const int depth = backtrace(frames, 16);
-    const Image here(this);
-    int frame = 0;
-    while (frame < depth && here.Contains(frames[frame])) ++frame;
-    while (frame < depth && standard_library->Contains(frames[frame])) ++frame;
-    return frame < depth && plugin->Contains(frames[frame]);
-  }
-
-  bool Strikes() {
-    if (first == 0 || !IsForPlugin()) return false;
-    const int64_t number = ++seen;
-    return number == first || (lasting && number > first);
-  }
-};
-Shortage shortage;
-
-// What the plugin has freed while `keeps` was set.
-struct Quarantine {
-  static constexpr std::size_t kMostBlocks = 10'000;
-
-  bool Keep(void* memory) {
-    if (!keeps || memory == nullptr || !shortage.IsForPlugin()) return false;
-    const std::size_t index = count++;
-    if (index >= kMostBlocks) std::abort();
-    blocks[index] = {static_cast<const char*>(memory), malloc_usable_size(memory)};
-    return true;
-  }
-
-  std::atomic<bool> keeps = false;
-  std::atomic<std::size_t> count = 0;
-  std::string_view blocks[kMostBlocks];
-};
-Quarantine quarantine;
+// The caller beyond this executable and the standard library is who wants or frees the memory.
+__attribute__((noinline)) bool IsForTarget() {
+  static const Image here(&target);
+  static const Image standard_library(dlsym(RTLD_DEFAULT, "_ZSt17__throw_bad_allocv"));
+  void* frames[16];
+  const int depth = backtrace(frames, 16);
+  int frame = 0;
+  while (frame < depth && here.Contains(frames[frame])) ++frame;
+  while (frame < depth && standard_library.Contains(frames[frame])) ++frame;
+  return frame < depth && target->Contains(frames[frame]);
+}
 
 void Free(void* memory) {
-  if (!quarantine.Keep(memory)) std::free(memory);
+  const bool is_kept = quarantine.keeps && memory != nullptr && IsForTarget();
+  is_kept ? quarantine.Keep(memory) : std::free(memory);
+}
+
+template <class Request>
+void AimAt(const zelk::host::PluginLibrary& plugin, Request) {
+  static const Image image(reinterpret_cast<const void*>(plugin.update));
+  target = &image;
 }
 
 }  // namespace
@@ -93,7 +142,9 @@ void Free(void* memory) {
 // Never inlined: the compiler would see memory of new in the hands of free.
 #define ZELK_REPLACES __attribute__((noinline))
 ZELK_REPLACES void* operator new(std::size_t size) {
-  void* memory = shortage.Strikes() ? nullptr : std::calloc(size > 0 ? size : 1, 1);
+  void* memory = shortage.first > 0 && IsForTarget() && shortage.Strikes()
+                     ? nullptr
+                     : std::calloc(size > 0 ? size : 1, 1);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
@@ -102,6 +153,8 @@ ZELK_REPLACES void operator delete(void* memory) noexcept { Free(memory); }
 ZELK_REPLACES void operator delete[](void* memory) noexcept { Free(memory); }
 ZELK_REPLACES void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
 ZELK_REPLACES void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
+
+#endif
 
 namespace zelk_test {
 namespace {
@@ -120,20 +173,16 @@ struct ShortageRow {
 
 class PluginMemory : public PluginTest {
  protected:
-  PluginMemory()
-      : plugin_image_(reinterpret_cast<const void*>(plugin().login)),
-        standard_library_(dlsym(RTLD_DEFAULT, "_ZSt17__throw_bad_allocv")) {
+  PluginMemory() {
     Json world = TestWorld(40);
     world["accounts"][0]["password"] = Json::parse(kParameters)["Password"];
     World(world);
     GoQuiet();
-    shortage.plugin = &plugin_image_;
-    shortage.standard_library = &standard_library_;
+    AimAt(plugin(), [this] {
+      for (int i = 0; i < 10; ++i) LogIn("refused", R"({"ID":"of more than sixteen bytes"})");
+      TakeResults();
+    });
   }
-
- private:
-  Image plugin_image_;
-  Image standard_library_;
 };
 
 class OutOfMemory : public PluginMemory, public testing::WithParamInterface<ShortageRow> {
@@ -262,6 +311,7 @@ TEST_P(OutOfMemory, RequestsAreAnsweredWithoutNodes) {
             << std::endl;
 }
 
+#if !defined(_WIN32)
 // A page whose last friend arrives while its worker runs, in a tick in which the core cannot take
 // an answer: what comes later is no page of friends that the first attempt has used up.
 TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotGivenHollow) {
@@ -269,7 +319,7 @@ TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotGivenHollow) {
   constexpr int64_t kMostAttempts = 1000;
   SignIn();
   static const Image core(reinterpret_cast<const void*>(&zelk::core_standin::DrainTaskQueue));
-  shortage.plugin = &core;
+  target = &core;
   shortage.lasting = GetParam().lasting;
   std::atomic<int64_t> asked = 0;
   std::atomic<bool> ticks = false;
@@ -299,6 +349,8 @@ TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotGivenHollow) {
     for (const zelk::PersonInfo& person : result.friends) EXPECT_FALSE(person.openid.empty());
   }
 }
+
+#endif
 
 // --- what is left in freed memory ---
 

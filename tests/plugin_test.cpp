@@ -110,7 +110,7 @@ PluginTest::PluginTest() : directory_(MakeDirectory()), sink_(std::make_shared<S
   eos_standin::RecordCalls(true);
   plugin_ = std::make_unique<zelk::host::PluginLibrary>(ZELK_PLUGIN_FILE);
 #if defined(_WIN32)
-  EXPECT_TRUE(system_calls::Watch(reinterpret_cast<void*>(plugin_->update)));
+  EXPECT_TRUE(system_calls::Watch(reinterpret_cast<const void*>(plugin_->update)));
 #endif
 }
 

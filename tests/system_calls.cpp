@@ -75,56 +75,46 @@ BOOL WINAPI WatchedHeapFree(HANDLE heap, DWORD flags, void* block) {
   return HeapFree(heap, flags, block);
 }
 
-struct Replacement {
-  const char* name;
-  void* function;
-};
-const Replacement kReplacements[] = {
-    {"CreateThread", reinterpret_cast<void*>(&WatchedCreateThread)},
-    {"FreeLibraryAndExitThread", reinterpret_cast<void*>(&WatchedFreeLibraryAndExitThread)},
-    {"CloseHandle", reinterpret_cast<void*>(&WatchedCloseHandle)},
-    {"HeapAlloc", reinterpret_cast<void*>(&WatchedHeapAlloc)},
-    {"HeapFree", reinterpret_cast<void*>(&WatchedHeapFree)},
-};
-
-// Fills `place`, where the import `name` was found.
-bool Replace(const char* name, IMAGE_THUNK_DATA& place) {
-  for (const Replacement& replacement : kReplacements) {
-    if (std::strcmp(replacement.name, name) != 0) continue;
-    DWORD protection = 0;
-    VirtualProtect(&place, sizeof place, PAGE_READWRITE, &protection);
-    place.u1.Function = reinterpret_cast<ULONG_PTR>(replacement.function);
-    VirtualProtect(&place, sizeof place, protection, &protection);
-    return true;
-  }
-  return false;
-}
-
 }  // namespace
 
-bool Watch(void* in_library) {
+bool ReplaceImport(const void* in_library, const char* name, void* function) {
   HMODULE library = nullptr;
   GetModuleHandleExA(
       GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
       static_cast<const char*>(in_library), &library);
   auto* const base = reinterpret_cast<std::byte*>(library);
-  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-  const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  const auto at = [base](auto type, auto offset) {
+    return reinterpret_cast<decltype(type)>(base + offset);
+  };
+  const auto* const headers = at(PIMAGE_NT_HEADERS(), at(PIMAGE_DOS_HEADER(), 0)->e_lfanew);
   const IMAGE_DATA_DIRECTORY& imports =
       headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  std::size_t replaced = 0;
-  for (auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
-       from->Name != 0; ++from) {
-    auto* name = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
-    auto* place = reinterpret_cast<IMAGE_THUNK_DATA*>(base + from->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++place) {
-      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-      const auto* const import =
-          reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-      if (Replace(reinterpret_cast<const char*>(import->Name), *place)) ++replaced;
+  for (auto* from = at(PIMAGE_IMPORT_DESCRIPTOR(), imports.VirtualAddress); from->Name != 0;
+       ++from) {
+    auto* import = at(PIMAGE_THUNK_DATA(), from->OriginalFirstThunk);
+    auto* place = at(PIMAGE_THUNK_DATA(), from->FirstThunk);
+    for (; import->u1.AddressOfData != 0; ++import, ++place) {
+      if (IMAGE_SNAP_BY_ORDINAL(import->u1.Ordinal) ||
+          std::strcmp(at(PIMAGE_IMPORT_BY_NAME(), import->u1.AddressOfData)->Name, name) != 0)
+        continue;
+      DWORD protection = 0;
+      VirtualProtect(place, sizeof *place, PAGE_READWRITE, &protection);
+      place->u1.Function = reinterpret_cast<ULONG_PTR>(function);
+      VirtualProtect(place, sizeof *place, protection, &protection);
+      return true;
     }
   }
-  return replaced == std::size(kReplacements);
+  return false;
+}
+
+bool Watch(const void* in_library) {
+  const auto replace = [in_library](const char* name, auto* function) {
+    return ReplaceImport(in_library, name, reinterpret_cast<void*>(function));
+  };
+  return replace("CreateThread", &WatchedCreateThread) &&
+         replace("FreeLibraryAndExitThread", &WatchedFreeLibraryAndExitThread) &&
+         replace("CloseHandle", &WatchedCloseHandle) && replace("HeapAlloc", &WatchedHeapAlloc) &&
+         replace("HeapFree", &WatchedHeapFree);
 }
 
 void FailCreateThread(bool fail) { create_thread_fails = fail; }

@@ -13,8 +13,12 @@ namespace system_calls = windows_standin;
 
 namespace system_calls {
 
-// Watches the calls of the library that has this address. False when it lacks one of them.
-bool Watch(void* in_library);
+// Lets `function` take the place of the function `name` for the library that has this address.
+// False when the library does not import it.
+bool ReplaceImport(const void* in_library, const char* name, void* function);
+
+// Watches the calls of that library. False when it lacks one of them.
+bool Watch(const void* in_library);
 
 // As the stand-in's.
 void FailCreateThread(bool fail);
