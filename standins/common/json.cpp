@@ -7,10 +7,9 @@
 #include "common/json_error.h"
 
 namespace zelk::common {
-namespace {
-
 using nlohmann::json;
 
+// Where in a text the parser is.
 struct Place {
   int line = 1;
   bool line_ends = false;
@@ -40,8 +39,6 @@ class CharacterIterator {
   const char* at_;
   Place* place_;
 };
-
-}  // namespace
 
 // Adds a row for each value that the parser meets.
 class JsonBuilder : public nlohmann::json_sax<json> {
