@@ -23,21 +23,13 @@ namespace {
 // How long a shutdown waits for a worker that is inside EOS: far longer than one call takes, also
 // on a busy machine. It must return when the process is ending and the system has stopped the
 // worker there.
-constexpr std::chrono::seconds kShutdownPatience{2};
-
-// The answer to a request that failed for want of memory or the like.
-template <class Result>
-void AnswerUnknownError(const BaseParams& params) {
-  Result result(zelk::kResultUnknownError);
-  result.method_id = params.method_id;
-  zelk::Commit(params, result);
-}
+constexpr std::chrono::seconds kShutdownTimeout{2};
 
 void Login(const char* function, const BaseParams& params, const std::string& permissions) {
   const std::lock_guard lock(zelk::eos_lock);
   AtBoundary(
       function, [&] { EpicAuth::GetInstance()->Login(params, permissions); },
-      [&] { AnswerUnknownError<zelk::AuthResult>(params); });
+      [&] { zelk::CommitCode<zelk::AuthResult>(params, zelk::kResultUnknownError); });
 }
 
 }  // namespace
@@ -54,7 +46,7 @@ void zelk_epic_auth_logout(const BaseParams& params) {
   const std::lock_guard lock(zelk::eos_lock);
   AtBoundary(
       "zelk_epic_auth_logout", [&] { EpicAuth::GetInstance()->Logout(&params); },
-      [&] { AnswerUnknownError<zelk::BaseResult>(params); });
+      [&] { zelk::CommitCode<zelk::BaseResult>(params, zelk::kResultUnknownError); });
 }
 
 void zelk_epic_update() {
@@ -69,9 +61,13 @@ void zelk_epic_update() {
 // In this order: pages that are complete get their friends. The platform is released. What EOS had
 // not completed by then is answered, the oldest first. Pages that wait for nothing of EOS, but for
 // their worker, are answered last; the worker finds its page closed.
+//
+// When it gives up, EOS keeps the platform and its callbacks: the library stays mapped for them. No
+// more can be done about a lock of the logger or the core that a stopped thread has taken with it.
 void zelk_epic_shutdown() {
-  const std::unique_lock lock(zelk::eos_lock, kShutdownPatience);
+  const std::unique_lock lock(zelk::eos_lock, kShutdownTimeout);
   if (!lock) {
+    EpicFriend::PinLibrary();
     return ZELK_LOG_AS("zelk_epic_shutdown", zelk::kLogError,
                        "a thread does not come back from EOS; the platform is left as it is");
   }
@@ -89,7 +85,7 @@ void zelk_epic_friend_queryfriends(const BaseParams& params, int32_t page, int32
   AtBoundary(
       "zelk_epic_friend_queryfriends",
       [&] { EpicFriend::GetInstance()->QueryFriends(params, page, count, is_in_game); },
-      [&] { EpicFriend::OnUnknownError(params); });
+      [&] { EpicFriend::CommitUnknownError(params); });
 }
 
 namespace zelk {

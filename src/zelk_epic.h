@@ -35,8 +35,8 @@ ZELK_EPIC_API void zelk_epic_auth_auto_login(const zelk::BaseParams& params,
 
 // Signs the player out and forgets what would sign the player in again: EOS does so during the next
 // updates, so shut down some frames later. Answered by a BaseResult before the call returns, 17
-// after a shutdown, when EOS keeps what it has; while EOS is not up, before the first login, not
-// answered at all.
+// after a shutdown, when EOS keeps what it has; not answered at all as long as no login has brought
+// EOS up.
 ZELK_EPIC_API void zelk_epic_auth_logout(const zelk::BaseParams& params);
 
 // Drives EOS: call it once a frame. Every EOS completion runs in here, and so most answers are
@@ -46,14 +46,17 @@ ZELK_EPIC_API void zelk_epic_update();
 // Releases the EOS platform, once and for all in this process. What EOS has not answered by then is
 // answered here as if it had been asked afterwards. To be called before the process begins to end
 // (not from a static destructor, nor while libraries are unloaded): the system may have stopped a
-// worker inside EOS by then, and the call returns after some seconds with nothing done. Workers
-// that still run keep the library in memory until they have ended.
+// worker inside EOS by then. When a worker does not come back from EOS, whatever keeps it there,
+// the call returns after some seconds with nothing done but a line in the log, and may be repeated.
+// Workers that still run keep the library in memory until they have ended.
 ZELK_EPIC_API void zelk_epic_shutdown();
 
 // Lists the signed-in player's friends: the page `page` (from 1) of `count` friends each, or all of
 // them when `page` and `count` are 0. `is_in_game` is handed back in the result. Answered by a
-// FriendResult, in the order in which EOS tells about the friends; not answered without a sequence
-// id. A thread of its own, one priority above the caller's of zelk_epic_update, asks for a page.
+// FriendResult, in the order in which EOS tells about the friends; when EOS retries, by one with
+// 9999 at each failure and then by one with the outcome. Without a sequence id it is answered when
+// it cannot be started and by a shutdown, but not when EOS has answered. A thread of its own asks
+// for a page, one priority above the caller's of zelk_epic_update where there is one.
 ZELK_EPIC_API void zelk_epic_friend_queryfriends(const zelk::BaseParams& params, int32_t page,
                                                  int32_t count, bool is_in_game);
 

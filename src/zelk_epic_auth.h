@@ -1,9 +1,10 @@
 // EpicAuth: the EOS platform of the process and the player's sign-in. The entry points call it on
 // the core's thread, EOS calls its callbacks inside a tick; all of it runs under the EOS lock,
-// except GetInstance and the log bridge, which may run on any thread.
+// except GetInstance, LogAccountIdFromString and the log bridge, which any thread may call.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "core_contract/base_params.h"
@@ -14,7 +15,6 @@
 #include "eos_types.h"
 #include "eos_userinfo_types.h"
 #include "zelk_epic_lock.h"
-#include "zelk_epic_pending.h"
 
 namespace zelk {
 
@@ -71,18 +71,20 @@ class EpicAuth {
                               const std::string& err_msg);
 
   static void EOS_CALL LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data);
-  void ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> request);
+  void ConnectLogin(EOS_EpicAccountId account_id, std::unique_ptr<LoginRequest> request);
   static void EOS_CALL ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackInfo* data);
-  void ConnectCreateUser(EOS_ContinuanceToken continuance_token, Pending<LoginRequest> request);
+  void ConnectCreateUser(EOS_ContinuanceToken continuance_token,
+                         std::unique_ptr<LoginRequest> request);
   static void EOS_CALL ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* data);
   static void EOS_CALL ConnectAuthExpirationCb(const EOS_Connect_AuthExpirationCallbackInfo* data);
 
   // A product user was created: ask for the player's user info.
-  void OnEpicPlatfromLoginSuccess(std::string local_product_userid, Pending<LoginRequest> request);
+  void OnEpicPlatfromLoginSuccess(std::string local_product_userid,
+                                  std::unique_ptr<LoginRequest> request);
   static void EOS_CALL
   QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallbackInfo* data);
   // Answers the login with success; the display name is read when `ok`.
-  void OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> request);
+  void OnEpicPlatfromGetUserInfoFinish(bool ok, std::unique_ptr<LoginRequest> request);
 
   // --- sign-out ---
 
@@ -96,11 +98,11 @@ class EpicAuth {
   EpicAuth();
 
   bool FetchAuthInterface();
-  void IssueFirstLogin(Pending<LoginClientData> client_data);
-  void IssueDefaultLogin(Pending<LoginClientData> client_data);
+  void IssueFirstLogin(std::unique_ptr<LoginClientData> client_data);
+  void IssueDefaultLogin(std::unique_ptr<LoginClientData> client_data);
   void StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id);
-  void EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result);
-  void EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
+  void EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result);
+  void EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result,
                          const std::string& name);
   std::string CopyDisplayName();
   void CommitLogin(const BaseParams& params, const std::string& nickname);
@@ -116,7 +118,7 @@ class EpicAuth {
   std::string epic_account_id_;
 
   static EOS_HAuth epic_auth_handle_;
-  static std::string local_product_userid_;
+  static std::string& local_product_userid_;
 };
 
 }  // namespace zelk

@@ -9,7 +9,8 @@
 namespace zelk {
 
 // Runs `action`. When it throws, a line says so and `answer` answers the request, if one is known
-// that still waits for its answer.
+// that still waits for its answer. When that throws too, as the core does without memory, another
+// line says so, and this one answer is lost.
 template <class Action, class Answer = decltype([] {})>
 void AtBoundary(const char* function, Action action, Answer answer = {}) noexcept {
   try {

@@ -1,6 +1,7 @@
 // Handing a finished result to the core's task queue.
 #pragma once
 
+#include <cstdint>
 #include <type_traits>
 
 #include "core_contract/base_params.h"
@@ -32,6 +33,14 @@ void Commit(const BaseParams& params, const Result& result) {
   const SdkString seq_id(params.seq_id);
   InnerObserverHolder<Result>::CommitToTaskQueue(result, kObserverId<Result>, seq_id,
                                                  kCommitFlag<Result>);
+}
+
+// Commits a result that says no more than `ret_code`.
+template <class Result>
+void CommitCode(const BaseParams& params, int32_t ret_code) {
+  Result result(ret_code);
+  result.method_id = params.method_id;
+  Commit(params, result);
 }
 
 }  // namespace zelk

@@ -35,12 +35,15 @@ class EpicFriend {
   static void OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code, std::string ret_msg,
                                    int32_t third_code, std::string third_msg);
 
-  // Answers a friend query that could not be started or ended for want of memory or the like.
-  static void OnUnknownError(const BaseParams& params);
+  // Commits the failure of one that could not be started or ended for want of memory or the like.
+  static void CommitUnknownError(const BaseParams& params);
 
   // Answers the pages that can be answered now: those that a worker left for the tick thread, or
   // whose player signed out; after the platform was released, all of them. Called by every tick.
   static void AnswerDuePages() noexcept;
+
+  // Keeps the library mapped until the process ends.
+  static void PinLibrary();
 
  private:
   EpicFriend() = default;

@@ -1,10 +1,10 @@
 #include "zelk_epic_lock.h"
 
-#include <cstddef>
-#include <new>
 #if defined(__x86_64__) || defined(_M_X64)
 #include <immintrin.h>
 #endif
+
+#include "zelk_epic_no_destructor.h"
 
 namespace zelk {
 namespace {
@@ -15,6 +15,10 @@ using Clock = std::chrono::steady_clock;
 // closely would put each other to sleep at every turn.
 constexpr std::chrono::microseconds kSpinTime{30};
 
+// How a thread waits that may give up: it spins as often as this, and then sleeps in between.
+constexpr int kPollsAwake = 100;
+constexpr std::chrono::milliseconds kSleepTime{10};
+
 // Tells the processor that this is a loop that waits.
 void Pause() {
 #if defined(__x86_64__) || defined(_M_X64)
@@ -24,41 +28,54 @@ void Pause() {
 #endif
 }
 
+// False when it has not become true in the time that waiting awake is worth.
+template <class Condition>
+bool SpinUntil(Condition condition) {
+  if (condition()) return true;
+  const auto deadline = Clock::now() + kSpinTime;
+  do {
+    Pause();
+    if (condition()) return true;
+  } while (Clock::now() < deadline);
+  return false;
+}
+
+NoDestructor<EosLock> lock_of_process;
+
 }  // namespace
 
-alignas(EosLock) static std::byte eos_lock_storage[sizeof(EosLock)];
-EosLock& eos_lock = *new (eos_lock_storage) EosLock;
+EosLock& eos_lock = lock_of_process.object;
+
+// Some systems take memory at a mutex's first use: here, so that lock() never throws.
+EosLock::EosLock() { const std::scoped_lock first_use(sleep_, only_worker_); }
 
 // Relaxed: what the owner before wrote is seen through `turn_`.
 void EosLock::lock() {
-  if (EnterAgain()) return;
-  const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
-  if (!SpinUntilTurnOf(ticket)) SleepUntilTurnOf(ticket);
-  Enter();
-}
-
-bool EosLock::try_lock_for(std::chrono::milliseconds patience) {
-  if (EnterAgain()) return true;
-  // A ticket that was abandoned and not yet skipped is taken up again: there is place for one.
-  const uint64_t abandoned = abandoned_.exchange(kNoTicket);
-  const uint32_t ticket =
-      abandoned != kNoTicket ? static_cast<uint32_t>(abandoned) : next_ticket_.fetch_add(1);
-  const auto deadline = Clock::now() + patience;
-  while (turn_.load() != ticket) {
-    if (Clock::now() > deadline && Abandon(ticket)) return false;
-    std::this_thread::yield();
+  if (!IsHeldByThisThread()) {
+    const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
+    if (!SpinUntil([=, this] { return turn_.load() == ticket; })) SleepUntilTurnOf(ticket);
+    owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
   }
-  Enter();
-  return true;
+  ++depth_;
 }
 
-// False when the turn has come after all. Who abandons stores its ticket before it looks at the
-// turn, who unlocks changes the turn before it looks for that ticket: if both see each other, the
-// exchange decides for one of them.
-bool EosLock::Abandon(uint32_t ticket) {
-  uint64_t abandoned = ticket;
-  abandoned_.store(abandoned);
-  return turn_.load() != ticket || !abandoned_.compare_exchange_strong(abandoned, kNoTicket);
+// A ticket cannot be given back: one is drawn only when tickets are served, for none is out or the
+// turn has changed; until then the workers make way. Counts its sleeps and not the clock, which
+// goes on while a process is stopped.
+bool EosLock::try_lock_for(std::chrono::milliseconds timeout) {
+  const uint32_t turn = turn_.load();
+  const auto is_served = [=, this] {
+    return IsHeldByThisThread() || next_ticket_.load() == turn || turn_.load() != turn;
+  };
+  keeps_workers_out_.store(true);
+  int polls = 0;
+  while (!SpinUntil(is_served) && (polls - kPollsAwake) * kSleepTime < timeout) {
+    ++polls < kPollsAwake ? std::this_thread::yield() : std::this_thread::sleep_for(kSleepTime);
+  }
+  const bool can_lock = is_served();
+  if (can_lock) lock();
+  keeps_workers_out_.store(false);
+  return can_lock;
 }
 
 // The turn changes before the sleepers are counted, and a sleeper is counted before it looks at the
@@ -67,10 +84,7 @@ bool EosLock::Abandon(uint32_t ticket) {
 void EosLock::unlock() {
   if (--depth_ > 0) return;
   owner_.store(std::thread::id(), std::memory_order_relaxed);
-  uint64_t turn = uint32_t{turn_.fetch_add(1) + 1};
-  if (abandoned_.load() == turn && abandoned_.compare_exchange_strong(turn, kNoTicket)) {
-    turn_.fetch_add(1);
-  }
+  turn_.fetch_add(1);
   if (sleepers_.load() == 0) return;
   { const std::lock_guard sleep(sleep_); }
   turn_changed_.notify_all();
@@ -81,29 +95,10 @@ bool EosLock::IsHeldByThisThread() const {
   return owner_.load(std::memory_order_relaxed) == std::this_thread::get_id();
 }
 
+// Relaxed: a ticket that is not seen here is seen at the next step.
 bool EosLock::IsWaitedFor() const {
-  return next_ticket_.load(std::memory_order_relaxed) != turn_.load() + 1;
-}
-
-bool EosLock::EnterAgain() {
-  if (!IsHeldByThisThread()) return false;
-  ++depth_;
-  return true;
-}
-
-void EosLock::Enter() {
-  owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
-  depth_ = 1;
-}
-
-bool EosLock::SpinUntilTurnOf(uint32_t ticket) const {
-  if (turn_.load() == ticket) return true;
-  const auto deadline = Clock::now() + kSpinTime;
-  do {
-    Pause();
-    if (turn_.load() == ticket) return true;
-  } while (Clock::now() < deadline);
-  return false;
+  return keeps_workers_out_.load(std::memory_order_relaxed) ||
+         next_ticket_.load(std::memory_order_relaxed) != turn_.load() + 1;
 }
 
 void EosLock::SleepUntilTurnOf(uint32_t ticket) {
@@ -115,11 +110,14 @@ void EosLock::SleepUntilTurnOf(uint32_t ticket) {
 
 // Without a thread of its own a worker's steps run inside a tick, which holds the lock already.
 WorkerStep::WorkerStep() {
-  if (!eos_lock.IsHeldByThisThread()) only_worker_ = std::unique_lock(eos_lock.only_worker_);
+  if (!eos_lock.IsHeldByThisThread()) {
+    only_worker_ = std::unique_lock(eos_lock.only_worker_);
+    while (eos_lock.keeps_workers_out_.load()) std::this_thread::yield();
+  }
   eos_ = std::unique_lock(eos_lock);
 }
 
-void WorkerStep::GiveWay() {
+void WorkerStep::YieldToTick() {
   if (!only_worker_.owns_lock() || !eos_lock.IsWaitedFor()) return;
   eos_.unlock();
   eos_.lock();

@@ -1,7 +1,7 @@
 #include "zelk_epic_pending.h"
 
 #include <array>
-#include <cstdint>
+#include <cstddef>
 
 #include "zelk_epic_boundary.h"
 #include "zelk_epic_lock.h"
@@ -9,66 +9,51 @@
 namespace zelk {
 namespace {
 
-// A hash table of fixed size, so that nothing has to be allocated where a call is made. With all
-// 100,000 friends of a page in flight a bucket holds three.
-constexpr unsigned kBucketBits = 15;
-constinit std::array<PendingContext*, std::size_t{1} << kBucketBits> buckets{};
+// A hash table of fixed size, so that nothing has to be allocated where a call is made. Numbers in
+// a row fill it evenly: with all 100,000 friends of a page in flight a bucket holds three or four.
+constinit std::array<PendingContext*, std::size_t{1} << 15> buckets{};
+constinit uintptr_t last_id = 0;
 
 }  // namespace
 
-constinit PendingContext* InFlight::oldest_ = nullptr;
-constinit PendingContext* InFlight::newest_ = nullptr;
-
-// Multiplied by the golden ratio: contexts of one page lie at even distances.
-PendingContext** InFlight::BucketOf(const void* client_data) noexcept {
-  const auto address = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(client_data));
-  return &buckets[(address * 0x9E3779B97F4A7C15) >> (64 - kBucketBits)];
+void* InFlight::HandOver(EosCall call, std::unique_ptr<PendingContext> context) noexcept {
+  if (context->id_ == 0) context->id_ = ++last_id;
+  context->call_ = call;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): EOS takes a pointer, and never follows it
+  void* const client_data = reinterpret_cast<void*>(context->id_);
+  Return(std::move(context));
+  return client_data;
 }
 
-void* InFlight::HandOver(EosCall call, Pending<PendingContext> context) noexcept {
-  PendingContext* const handed_over = context.release();
-  handed_over->call_ = call;
-  ++handed_over->completions_owed_;
-  Insert(handed_over);
-  return handed_over;
-}
-
-void InFlight::Insert(PendingContext* context) noexcept {
+void InFlight::Return(std::unique_ptr<PendingContext> context) noexcept {
   eos_lock.AssertHeld();
-  PendingContext** const bucket = BucketOf(context);
-  context->next_in_bucket_ = *bucket;
-  *bucket = context;
-  context->older_ = newest_;
-  context->newer_ = nullptr;
-  (newest_ != nullptr ? newest_->newer_ : oldest_) = context;
-  newest_ = context;
+  PendingContext*& bucket = buckets[context->id_ % buckets.size()];
+  context->next_in_bucket_ = bucket;
+  bucket = context.release();
 }
 
-PendingContext* InFlight::Remove(EosCall call, const void* client_data) noexcept {
+PendingContext** InFlight::Find(uintptr_t id) noexcept {
   eos_lock.AssertHeld();
-  PendingContext** link = BucketOf(client_data);
-  while (*link != nullptr && *link != client_data) link = &(*link)->next_in_bucket_;
+  PendingContext** link = &buckets[id % buckets.size()];
+  while (*link != nullptr && (*link)->id_ != id) link = &(*link)->next_in_bucket_;
+  return link;
+}
+
+PendingContext* InFlight::Unlink(PendingContext** link) noexcept {
   PendingContext* const context = *link;
-  if (context == nullptr || context->call_ != call) return nullptr;
   *link = context->next_in_bucket_;
-  (context->older_ != nullptr ? context->older_->newer_ : oldest_) = context->newer_;
-  (context->newer_ != nullptr ? context->newer_->older_ : newest_) = context->older_;
   return context;
 }
 
+// Looks for every number that there ever was: that takes no memory, and no list for this alone.
 void InFlight::AnswerAfterShutdown() noexcept {
-  while (oldest_ != nullptr) {
-    const Pending<PendingContext> context(Remove(oldest_->call_, oldest_));
-    context->completions_owed_ = 0;
+  for (uintptr_t id = 1; id <= last_id; ++id) {
+    PendingContext** const link = Find(id);
+    if (*link == nullptr) continue;
+    const std::unique_ptr<PendingContext> context(Unlink(link));
     const auto answer = [&context] { context->AnswerAfterShutdown(); };
     AtBoundary("zelk::InFlight::AnswerAfterShutdown", answer, answer);
   }
-}
-
-void ClearAndFree::operator()(PendingContext* context) const noexcept {
-  context->Clear();
-  if (context->completions_owed_ > 0) return InFlight::Insert(context);
-  delete context;
 }
 
 }  // namespace zelk

@@ -7,7 +7,7 @@
 namespace zelk {
 
 // Overwrites all that `text` has in memory, and empties it. To be called before such a text is
-// replaced or freed.
+// replaced or freed. Never throws: a text grows within its capacity without taking memory.
 inline void Wipe(std::string& text) noexcept {
   text.resize(text.capacity());        // a longer text may have been here before
   volatile char* bytes = text.data();  // volatile: nobody reads what is written here
@@ -15,7 +15,7 @@ inline void Wipe(std::string& text) noexcept {
   text.clear();
 }
 
-// Wipes `text` as it goes; to be declared behind it.
+// Wipes `text` as it is destroyed itself; to be declared after it, so that it is destroyed first.
 class WipeAtEnd {
  public:
   explicit WipeAtEnd(std::string& text) : text_(text) {}

@@ -1,5 +1,5 @@
-// The parameters of a login request: login modes, permissions, and the credentials that EOS is
-// handed out of them.
+// The parameters of a login request: where they come from, login modes, permissions, and the
+// credentials that EOS is handed out of them.
 #pragma once
 
 #include <algorithm>
@@ -7,12 +7,35 @@
 #include <string>
 #include <string_view>
 
+#include "core_contract/base_params.h"
 #include "core_contract/json.h"
 #include "core_contract/login_parameters.h"
+#include "core_contract/method_id.h"
+#include "core_contract/mmkv.h"
 #include "eos_auth_types.h"
 #include "zelk_epic_secret.h"
 
 namespace zelk {
+
+// The store of the parameters of the last successful login.
+inline MMKV* Store() { return MMKV::defaultMMKV(kMmkvSingleProcess, nullptr); }
+
+inline bool HasLoginMode(const JSONReaderParse& parameters) {
+  return parameters.IsObject() && parameters.HasMember(kLoginModeKey);
+}
+
+// Reads the request's own parameters; for an automatic login without any, the stored ones. An
+// explicit login removes those.
+inline void ReadLoginParameters(const BaseParams& params, std::string& parameters) {
+  parameters = params.extra_json;
+  if (params.method_id == kMethodIDAuthLogin) {
+    Store()->removeValueForKey(kStoredParametersKey);
+  } else if (params.method_id == kMethodIDAuthAutoLogin &&
+             !HasLoginMode(JSONReaderParse(parameters))) {
+    Wipe(parameters);
+    Store()->getString(kStoredParametersKey, parameters);
+  }
+}
 
 // A login mode, and where its credentials come from.
 struct LoginMode {

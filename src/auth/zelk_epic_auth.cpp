@@ -1,9 +1,9 @@
 #include "zelk_epic_auth.h"
 
-#include <limits>
 #include <memory>
 #include <utility>
 
+#include "auth/eos_values.h"
 #include "auth/login_credentials.h"
 #include "auth/login_request.h"
 #include "auth/platform_options.h"
@@ -21,6 +21,8 @@
 #include "zelk_epic_boundary.h"
 #include "zelk_epic_commit.h"
 #include "zelk_epic_log.h"
+#include "zelk_epic_no_destructor.h"
+#include "zelk_epic_pending.h"
 #include "zelk_epic_secret.h"
 
 namespace zelk {
@@ -35,34 +37,10 @@ constexpr char kLoginCompleteFunction[] = "zelk::EpicAuth::LoginCompleteCallback
 constexpr char kConnectLoginFunction[] = "zelk::EpicAuth::ConnectLogin";
 constexpr char kFinishFunction[] = "zelk::EpicAuth::OnEpicPlatfromGetUserInfoFinish";
 
-const char* TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
-
-LogLevel SdkLevel(EOS_ELogLevel level) {
-  if (level == EOS_ELogLevel::EOS_LOG_Warning) return kLogWarning;
-  const bool is_error =
-      level == EOS_ELogLevel::EOS_LOG_Fatal || level == EOS_ELogLevel::EOS_LOG_Error;
-  return is_error ? kLogError : kLogInfo;
-}
-
-// Truncated toward zero; what no unsigned number can hold becomes the nearest that can.
-uint64_t WholeSeconds(double seconds) {
-  constexpr double kEnd = 18446744073709551616.0;  // 2 to the 64th
-  if (!(seconds > 0)) return 0;
-  return seconds < kEnd ? static_cast<uint64_t>(seconds) : std::numeric_limits<uint64_t>::max();
-}
-
-MMKV* Store() { return MMKV::defaultMMKV(kMmkvSingleProcess, nullptr); }
-
-void CommitLoginFailure(const BaseParams& params, int32_t ret_code) {
-  AuthResult result(ret_code);
-  result.method_id = params.method_id;
-  Commit(params, result);
-}
-
 void EndWithNullPlatform(const BaseParams& params) {
   ZELK_LOG_AS(kLoginFunction, kLogError, "[%s], epic_platform_handle_ is null",
               params.seq_id.c_str());
-  CommitLoginFailure(params, kResultNotInitialized);
+  CommitCode<AuthResult>(params, kResultNotInitialized);
 }
 
 }  // namespace
@@ -74,17 +52,17 @@ void LoginRequest::AnswerAfterShutdown() {
   owes_answer = false;
 }
 
-void LoginRequest::Clear() noexcept {
-  const auto answer = [this] { CommitLoginFailure(params, kResultUnknownError); };
-  if (owes_answer) AtBoundary("zelk::LoginRequest::Clear", answer);
-  owes_answer = false;
+LoginRequest::~LoginRequest() {
+  const auto answer = [this] { CommitCode<AuthResult>(params, kResultUnknownError); };
+  if (owes_answer) AtBoundary("zelk::LoginRequest::~LoginRequest", answer);
   Wipe(params.extra_json);
 }
 
 // --- the object ---
 
 EOS_HAuth EpicAuth::epic_auth_handle_ = nullptr;
-std::string EpicAuth::local_product_userid_;
+static NoDestructor<std::string> product_userid_of_process;
+std::string& EpicAuth::local_product_userid_ = product_userid_of_process.object;
 
 EpicAuth::EpicAuth() { ZELK_LOG(kLogInfo, "EpicAuth construction"); }
 
@@ -103,44 +81,43 @@ void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message) {
 
 namespace {
 
-// The text of an identifier, whose kind `to_string` converts; empty when EOS refuses.
+// Converts an identifier, whose kind `to_string` is for; `text` stays empty when EOS refuses. False
+// when there is none.
 template <class Id>
-std::string IdText(const char* function, Id id,
-                   EOS_EResult(EOS_CALL* to_string)(Id, char*, int32_t*)) {
-  constexpr int32_t kSize = 128;
-  char buffer[kSize] = {};
-  int32_t size = kSize;
+bool ConvertId(const char* function, Id id, EOS_EResult(EOS_CALL* to_string)(Id, char*, int32_t*),
+               std::string& text) {
+  if (id == nullptr) {
+    ZELK_LOG_AS(function, kLogError, "account_id is NULL");
+    return false;
+  }
+  char buffer[128] = {};
+  int32_t size = sizeof buffer;
   const EOS_EResult result = to_string(id, buffer, &size);
   if (result != EOS_EResult::EOS_Success) {
     const std::string name = EpicAuth::EpicEResultToString(result);
     ZELK_LOG_AS(function, kLogError, "EOS_EpicAccountId_ToString error:%s", name.c_str());
-    return "";
+    return true;
   }
-  buffer[kSize - 1] = '\0';
-  return buffer;
+  buffer[sizeof buffer - 1] = '\0';
+  text = buffer;
+  return true;
 }
 
 }  // namespace
 
 std::string EpicAuth::EpicAccountIdToString(EOS_EpicAccountId id) {
-  if (id == nullptr) {
-    ZELK_LOG(kLogError, "account_id is NULL");
-    return "";
+  std::string text;
+  if (ConvertId("zelk::EpicAuth::EpicAccountIdToString", id, &EOS_EpicAccountId_ToString, text)) {
+    ZELK_LOG(kLogInfo, "EOS_EpicAccountId_ToString result:%s", text.c_str());
   }
-  std::string text =
-      IdText("zelk::EpicAuth::EpicAccountIdToString", id, &EOS_EpicAccountId_ToString);
-  ZELK_LOG(kLogInfo, "EOS_EpicAccountId_ToString result:%s", text.c_str());
   return text;
 }
 
 std::string EpicAuth::EpicProductIdToString(EOS_ProductUserId id) {
-  if (id == nullptr) {
-    ZELK_LOG(kLogError, "account_id is NULL");
-    return "";
+  std::string text;
+  if (ConvertId("zelk::EpicAuth::EpicProductIdToString", id, &EOS_ProductUserId_ToString, text)) {
+    ZELK_LOG(kLogInfo, "EOS_ProductUserId_ToString result:%s", text.c_str());
   }
-  std::string text =
-      IdText("zelk::EpicAuth::EpicProductIdToString", id, &EOS_ProductUserId_ToString);
-  ZELK_LOG(kLogInfo, "EOS_ProductUserId_ToString result:%s", text.c_str());
   return text;
 }
 
@@ -225,23 +202,6 @@ bool EpicAuth::FetchAuthInterface() {
 
 namespace {
 
-bool HasLoginMode(const JSONReaderParse& parameters) {
-  return parameters.IsObject() && parameters.HasMember(kLoginModeKey);
-}
-
-// The request's own parameters; for an automatic login without any, those of the last successful
-// login.
-void ReadLoginParameters(const BaseParams& params, std::string& parameters) {
-  parameters = params.extra_json;
-  if (params.method_id == kMethodIDAuthLogin) {
-    Store()->removeValueForKey(kStoredParametersKey);
-  } else if (params.method_id == kMethodIDAuthAutoLogin &&
-             !HasLoginMode(JSONReaderParse(parameters))) {
-    Wipe(parameters);
-    Store()->getString(kStoredParametersKey, parameters);
-  }
-}
-
 EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& permissions) {
   auto flags = EOS_EAuthScopeFlags::EOS_AS_NoFlags;
   if (permissions.empty()) return flags;
@@ -259,7 +219,7 @@ EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& perm
   return flags;
 }
 
-void LogWhatThePlayerHasToDo(const EOS_Auth_LoginCallbackInfo& data) {
+void LogPlayerAction(const EOS_Auth_LoginCallbackInfo& data) {
   if (data.ResultCode == EOS_EResult::EOS_Auth_PinGrantCode && data.PinGrantInfo != nullptr) {
     ZELK_LOG_AS(kLoginCompleteFunction, kLogWarning,
                 "Waiting for PIN grant Code:%s URI:%s Expires:%d",
@@ -271,17 +231,11 @@ void LogWhatThePlayerHasToDo(const EOS_Auth_LoginCallbackInfo& data) {
   }
 }
 
-// Frees the client data with everything in it.
-void ReleaseLoginClientData(Pending<LoginClientData> client_data) { client_data.reset(); }
-
-struct ReleaseAuthToken {
+struct LogAndRelease {
   void operator()(EOS_Auth_Token* token) const {
     ZELK_LOG_AS(kConnectLoginFunction, kLogInfo, "Call EOS_Auth_Token_Release");
     EOS_Auth_Token_Release(token);
   }
-};
-
-struct ReleaseUserInfo {
   void operator()(EOS_UserInfo* user_info) const {
     ZELK_LOG_AS(kFinishFunction, kLogInfo, "Call EOS_UserInfo_Release");
     EOS_UserInfo_Release(user_info);
@@ -301,7 +255,7 @@ void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
   const EOS_EAuthScopeFlags scope_flags = ScopeFlags(params, permissions);
   if (!InitEpic(params)) {
     ZELK_LOG(kLogError, "[%s], Epic init error", seq_id);
-    return CommitLoginFailure(params, kResultNotInitialized);
+    return CommitCode<AuthResult>(params, kResultNotInitialized);
   }
   if (epic_platform_handle_ == nullptr || !FetchAuthInterface()) return EndWithNullPlatform(params);
   std::string login_mode;
@@ -311,9 +265,9 @@ void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
   if (const char* key = MissingKey(mode, parameters)) {
     return LoginEndWithInvalidArgument(params, key);
   }
-  auto client_data = MakePending<LoginClientData>();
+  auto client_data = std::make_unique<LoginClientData>();
   client_data->login_options_ = std::make_unique<LoginCredentials>(mode, parameters, scope_flags);
-  client_data->base_params_ = MakePending<LoginRequest>(params);
+  client_data->base_params_ = std::make_unique<LoginRequest>(params);
   IssueFirstLogin(std::move(client_data));
   epic_connect_handle_ = EOS_Platform_GetConnectInterface(epic_platform_handle_);
   if (auth_expiration_notify_id_ != 0 || epic_connect_handle_ == nullptr) return;
@@ -324,7 +278,7 @@ void EpicAuth::Login(const BaseParams& params, const std::string& permissions) {
 
 // With the persistent authorisation that EOS kept from an earlier sign-in; what the request brought
 // is for the second attempt.
-void EpicAuth::IssueFirstLogin(Pending<LoginClientData> client_data) {
+void EpicAuth::IssueFirstLogin(std::unique_ptr<LoginClientData> client_data) {
   const EOS_Auth_Credentials credentials{.ApiVersion = 2,
                                          .Type = EOS_ELoginCredentialType::EOS_LCT_PersistentAuth};
   const EOS_Auth_LoginOptions options{
@@ -333,7 +287,10 @@ void EpicAuth::IssueFirstLogin(Pending<LoginClientData> client_data) {
       .ScopeFlags = client_data->login_options_->options().ScopeFlags};
   ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], call EOS_Auth_Login",
               client_data->base_params_->params.seq_id.c_str());
+  // Both before the hand-over: from then on the client data is not this step's any more, and EOS
+  // may complete the login within the call.
   client_data->base_params_->owes_answer = true;
+  ++client_data->completions_owed_;
   EOS_Auth_Login(epic_auth_handle_, &options,
                  InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
                  &LoginCompleteCallbackFn);
@@ -343,7 +300,7 @@ void EpicAuth::LoginEndWithInvalidArgument(const BaseParams& params,
                                            const std::string& argument_name) {
   ZELK_LOG(kLogError, "[%s], LoginEndWithInvalidArgument [%s]", params.seq_id.c_str(),
            argument_name.c_str());
-  CommitLoginFailure(params, kResultInvalidArgument);
+  CommitCode<AuthResult>(params, kResultInvalidArgument);
 }
 
 void EpicAuth::LoginEndWithThirdError(const BaseParams& params, int32_t err_code,
@@ -357,12 +314,12 @@ void EpicAuth::LoginEndWithThirdError(const BaseParams& params, int32_t err_code
   Commit(params, result);
 }
 
-void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result) {
+void EpicAuth::EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result) {
   const std::string name = EpicEResultToString(result);
   EndWithThirdError(std::move(request), result, name);
 }
 
-void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult result,
+void EpicAuth::EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result,
                                  const std::string& name) {
   LoginEndWithThirdError(request->params, static_cast<int32_t>(result), name);
   request->owes_answer = false;
@@ -373,8 +330,10 @@ void EpicAuth::EndWithThirdError(Pending<LoginRequest> request, EOS_EResult resu
 void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data) {
   AtBoundary(kLoginCompleteFunction, [data] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for LoginCompleteCallbackFn");
-    auto client_data = InFlight::Reclaim<LoginClientData>(EosCall::kAuthLogin, data->ClientData,
-                                                          LoginCompletesAgain(data->ResultCode));
+    auto client_data = InFlight::Reclaim<LoginClientData>(EosCall::kAuthLogin, data->ClientData);
+    if (client_data != nullptr && !LoginCompletesAgain(data->ResultCode)) {
+      --client_data->completions_owed_;
+    }
     const std::string account = EpicAccountIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "Login complete, result:%d user id:%s msg:%s",
@@ -388,11 +347,11 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
     EpicAuth* const auth = GetInstance();
     if (data->ResultCode == EOS_EResult::EOS_Success) {
       ZELK_LOG(kLogInfo, "Login success, user id:%s", account.c_str());
-      Pending<LoginRequest> request = std::move(client_data->base_params_);
+      std::unique_ptr<LoginRequest> request = std::move(client_data->base_params_);
       ReleaseLoginClientData(std::move(client_data));
       return auth->ConnectLogin(data->LocalUserId, std::move(request));
     }
-    LogWhatThePlayerHasToDo(*data);
+    LogPlayerAction(*data);
     if (client_data->login_options_ != nullptr)
       return auth->IssueDefaultLogin(std::move(client_data));
     ZELK_LOG(kLogError, "Login Failed! Error Code:%d Msg:%s", static_cast<int>(data->ResultCode),
@@ -403,10 +362,12 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
 }
 
 // With the login mode's own credentials; the same client data goes back to EOS.
-void EpicAuth::IssueDefaultLogin(Pending<LoginClientData> client_data) {
+void EpicAuth::IssueDefaultLogin(std::unique_ptr<LoginClientData> client_data) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(client_data));
   ZELK_LOG_AS(kLoginCompleteFunction, kLogInfo, "enter default login flow");
+  // Theirs is the stack from here on: they outlive the call, and no more.
   const std::unique_ptr<LoginCredentials> credentials = std::move(client_data->login_options_);
+  ++client_data->completions_owed_;
   EOS_Auth_Login(epic_auth_handle_, &credentials->options(),
                  InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
                  &LoginCompleteCallbackFn);
@@ -414,14 +375,14 @@ void EpicAuth::IssueDefaultLogin(Pending<LoginClientData> client_data) {
 
 // --- the Connect login ---
 
-void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> request) {
+void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, std::unique_ptr<LoginRequest> request) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
   const EOS_Auth_CopyUserAuthTokenOptions copy_options{.ApiVersion = 1};
   EOS_Auth_Token* copy = nullptr;
   ZELK_LOG(kLogInfo, "Call EOS_Auth_CopyUserAuthToken");
   EOS_EResult result =
       EOS_Auth_CopyUserAuthToken(epic_auth_handle_, &copy_options, account_id, &copy);
-  const std::unique_ptr<EOS_Auth_Token, ReleaseAuthToken> token(copy);
+  const std::unique_ptr<EOS_Auth_Token, LogAndRelease> token(copy);
   if (result == EOS_EResult::EOS_Success && token == nullptr) {
     result = EOS_EResult::EOS_UnexpectedError;
   } else if (result == EOS_EResult::EOS_Success) {
@@ -434,6 +395,7 @@ void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, Pending<LoginRequest> 
                                             .Token = token->AccessToken,
                                             .Type = EOS_EExternalCredentialType::EOS_ECT_EPIC};
   const EOS_Connect_LoginOptions options{.ApiVersion = 2, .Credentials = &credentials};
+  // The token, to which the credentials point, is released after the call.
   ZELK_LOG(kLogInfo, "Call EOS_Connect_Login");
   EOS_Connect_Login(epic_connect_handle_, &options,
                     InFlight::HandOver(EosCall::kConnectLogin, std::move(request)),
@@ -457,7 +419,7 @@ void EpicAuth::StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account
 void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::ConnectLoginCompleteCb", [data] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for ConnectLoginCompleteCb");
-    auto request = ReclaimRequest(EosCall::kConnectLogin, data->ClientData, data->ResultCode);
+    auto request = InFlight::Reclaim<LoginRequest>(EosCall::kConnectLogin, data->ClientData);
     local_product_userid_ = EpicProductIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     if (request == nullptr)
@@ -480,7 +442,7 @@ void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackIn
 }
 
 void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
-                                 Pending<LoginRequest> request) {
+                                 std::unique_ptr<LoginRequest> request) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
   if (epic_connect_handle_ == nullptr)
     return EndWithThirdError(std::move(request), EOS_EResult::EOS_InvalidParameters);
@@ -496,7 +458,7 @@ void EOS_CALL
 EpicAuth::ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::ConnectCreateUserCompleteCb", [data] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for ConnectCreateUserCompleteCb");
-    auto request = ReclaimRequest(EosCall::kConnectCreateUser, data->ClientData, data->ResultCode);
+    auto request = InFlight::Reclaim<LoginRequest>(EosCall::kConnectCreateUser, data->ClientData);
     if (request == nullptr)
       return ZELK_LOG(kLogError, "nullptr ClientData for ConnectCreateUserCompleteCb");
     EpicAuth* const auth = GetInstance();
@@ -522,7 +484,7 @@ EpicAuth::ConnectAuthExpirationCb(const EOS_Connect_AuthExpirationCallbackInfo* 
 // --- the user info and the result ---
 
 void EpicAuth::OnEpicPlatfromLoginSuccess(std::string local_product_userid,
-                                          Pending<LoginRequest> request) {
+                                          std::unique_ptr<LoginRequest> request) {
   local_product_userid_ = std::move(local_product_userid);
   ZELK_LOG(kLogInfo, "Epic platform login success, account_id:%s local_product_userid:%s",
            epic_account_id_.c_str(), local_product_userid_.c_str());
@@ -545,7 +507,7 @@ EpicAuth::QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallba
   AtBoundary("zelk::EpicAuth::QueryUserInfoCompleteCallbackFn", [data] {
     if (data == nullptr)
       return ZELK_LOG(kLogError, "NULL Data for QueryUserInfoCompleteCallbackFn");
-    auto request = ReclaimRequest(EosCall::kQueryUserInfo, data->ClientData, data->ResultCode);
+    auto request = InFlight::Reclaim<LoginRequest>(EosCall::kQueryUserInfo, data->ClientData);
     if (request == nullptr)
       return ZELK_LOG(kLogError, "nullptr ClientData for QueryUserInfoCompleteCallbackFn");
     const std::string account = EpicAccountIdToString(data->LocalUserId);
@@ -563,7 +525,7 @@ EpicAuth::QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallba
   });
 }
 
-void EpicAuth::OnEpicPlatfromGetUserInfoFinish(bool ok, Pending<LoginRequest> request) {
+void EpicAuth::OnEpicPlatfromGetUserInfoFinish(bool ok, std::unique_ptr<LoginRequest> request) {
   if (request == nullptr)
     return ZELK_LOG(kLogError, "null baseparams in OnEpicPlatfromGetUserInfoFinish");
   ZELK_LOG(kLogInfo, "Query UserInfo finish, result:%d", ok ? 1 : 0);
@@ -596,7 +558,7 @@ std::string EpicAuth::CopyDisplayName() {
     ZELK_LOG_AS(kFinishFunction, kLogInfo, "Call EOS_UserInfo_CopyUserInfo");
     result = EOS_UserInfo_CopyUserInfo(user_info, &options, &copy);
   }
-  const std::unique_ptr<EOS_UserInfo, ReleaseUserInfo> owned(copy);
+  const std::unique_ptr<EOS_UserInfo, LogAndRelease> owned(copy);
   if (copy == nullptr || result != EOS_EResult::EOS_Success) {
     ZELK_LOG_AS(kFinishFunction, kLogError, "Copy UserInfo failed");
     return "";

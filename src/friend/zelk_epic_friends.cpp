@@ -1,7 +1,6 @@
 #include "zelk_epic_friend.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <list>
 #include <new>
 #include <utility>
@@ -17,6 +16,7 @@
 #include "zelk_epic_commit.h"
 #include "zelk_epic_lock.h"
 #include "zelk_epic_log.h"
+#include "zelk_epic_no_destructor.h"
 #include "zelk_epic_pending.h"
 
 namespace zelk {
@@ -48,7 +48,7 @@ void CommitFailure(const BaseParams& params, int32_t ret_code, const char* ret_m
 
 // A failure that the plugin found itself: code and message stand in both places. Takes no memory of
 // its own, for it may be the want of memory that it reports.
-void Fail(const BaseParams& params, int32_t code, const char* message) {
+void CommitFailure(const BaseParams& params, int32_t code, const char* message) {
   CommitFailure(params, code, message, code, message);
 }
 
@@ -56,7 +56,7 @@ void Fail(const BaseParams& params, int32_t code, const char* message) {
 
 // The one copy of a request, for all contexts of its query, and the account that asked.
 struct FriendRequest : BaseParams {
-  // Not after a logout, or a login of somebody else: what the player asked for before is not
+  // False after a logout, or a login of somebody else: what the player asked for before is not
   // answered with friends any more.
   bool IsOfSignedInAccount() const { return account_id == EpicAuth::GetInstance()->account_id(); }
 
@@ -66,11 +66,11 @@ struct FriendRequest : BaseParams {
 // The client data of EOS_Friends_QueryFriends.
 struct QueryFriendsContext final : PendingContext {
   void AnswerAfterShutdown() override {
-    if (options != nullptr) Fail(*base_params, kResultNeedLogin, kInvalidAccount);
+    CommitFailure(*base_params, kResultNeedLogin, kInvalidAccount);
   }
 
   std::shared_ptr<const FriendRequest> base_params;
-  std::unique_ptr<EOS_Friends_QueryFriendsOptions> options;  // null once the query has its answer
+  std::unique_ptr<EOS_Friends_QueryFriendsOptions> options;
   int32_t page = 0;
   int32_t count = 0;
   bool is_in_game = false;
@@ -94,14 +94,14 @@ EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
 }
 
 // Indices into the friend list, from `start` up to but not including `current`.
-struct PageRange {
+struct IndexRange {
   int64_t start;
   int32_t current;
 
   uint64_t size() const { return current > start ? static_cast<uint64_t>(current - start) : 0; }
 };
 
-PageRange RangeOfPage(int32_t page, int32_t count, int32_t total) {
+IndexRange RangeOf(int32_t page, int32_t count, int32_t total) {
   const int64_t start = (int64_t{page} - 1) * count;
   const int64_t end = page <= 0 ? total : std::min<int64_t>(int64_t{page} * count, total);
   return {.start = std::max<int64_t>(start, 0), .current = static_cast<int32_t>(end)};
@@ -128,7 +128,7 @@ class StatusText {
 
 // An invalid friend is left out.
 void AppendFriend(EOS_EpicAccountId local_user, int32_t index, StatusText& status_text,
-                  PersonList& page) {
+                  PersonList& friends) {
   const EOS_Friends_GetFriendAtIndexOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .Index = index};
   const EOS_EpicAccountId friend_id = EOS_Friends_GetFriendAtIndex(epic_friends_handle, &options);
@@ -142,12 +142,12 @@ void AppendFriend(EOS_EpicAccountId local_user, int32_t index, StatusText& statu
   PersonInfo person;
   person.openid = openid;
   person.extra_json = status_text.Of(EOS_Friends_GetStatus(epic_friends_handle, &status));
-  page.push_back(std::move(person));
+  friends.push_back(std::move(person));
 }
 
 // Of the list that EOS now has.
 std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
-                                              const PageRange& range) {
+                                              const IndexRange& range) {
   auto friends = std::make_shared<PersonList>(range.size());
   StatusText status_text;
   for (int64_t i = range.start; i < range.current; ++i) {
@@ -156,28 +156,22 @@ std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
   return friends;
 }
 
-void CommitEmptyPage(const BaseParams& params, const PersonList& page) {
-  FriendResult result(kResultSuccess);
-  result.method_id = params.method_id;
-  result.friend_info_list = page;
-  Commit(params, result);
-}
-
 }  // namespace
 
 void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t count,
                               bool is_in_game) {
   ZELK_LOG(kLogInfo, "[%s] EpicFriend::QueryFriends, start query friends.", params.seq_id.c_str());
   const EpicAuth& auth = *EpicAuth::GetInstance();
-  if (page > 0 && count <= 0) return Fail(params, kResultInvalidArgument, kInvalidCount);
+  if (page > 0 && count <= 0) return CommitFailure(params, kResultInvalidArgument, kInvalidCount);
   const EOS_EpicAccountId account_id = SignedInAccount(auth);
-  if (account_id == nullptr) return Fail(params, kResultNeedLogin, kInvalidAccount);
+  if (account_id == nullptr) return CommitFailure(params, kResultNeedLogin, kInvalidAccount);
   if (epic_friends_handle == nullptr) {
     epic_friends_handle = EOS_Platform_GetFriendsInterface(auth.platform());
   }
-  if (epic_friends_handle == nullptr) return Fail(params, kResultUnknownError, kNoFriendsInterface);
+  if (epic_friends_handle == nullptr)
+    return CommitFailure(params, kResultUnknownError, kNoFriendsInterface);
 
-  auto context = MakePending<QueryFriendsContext>();
+  auto context = std::make_unique<QueryFriendsContext>();
   context->base_params =
       std::make_shared<const FriendRequest>(FriendRequest{params, auth.account_id()});
   context->options = std::make_unique<EOS_Friends_QueryFriendsOptions>(
@@ -201,28 +195,22 @@ void EpicFriend::OnQueryFrinedsFailed(const BaseParams& params, int32_t ret_code
   CommitFailure(params, ret_code, ret_msg.c_str(), third_code, third_msg.c_str());
 }
 
-void EpicFriend::OnUnknownError(const BaseParams& params) {
-  Fail(params, kResultUnknownError, kUnknownError);
+void EpicFriend::CommitUnknownError(const BaseParams& params) {
+  CommitFailure(params, kResultUnknownError, kUnknownError);
 }
 
 void EOS_CALL
 EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbackInfo* data) {
-  Pending<QueryFriendsContext> context;
+  std::unique_ptr<QueryFriendsContext> context;
   const auto complete = [data, &context] {
     ZELK_LOG(kLogError, "EpicFriend::QueryFriendsCompleteCallbackFn");
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-    context = InFlight::Reclaim<QueryFriendsContext>(
-        EosCall::kQueryFriends, data->ClientData,
-        data->ResultCode == EOS_EResult::EOS_OperationWillRetry);
-    if (context == nullptr || context->options == nullptr)
-      return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
-    if (!EndQuery(*data, *context)) return InFlight::Return(std::move(context));
-    context->options.reset();
+    context = InFlight::Reclaim<QueryFriendsContext>(EosCall::kQueryFriends, data->ClientData);
+    if (context == nullptr) return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
+    if (!EndQuery(*data, *context)) InFlight::Return(std::move(context));
   };
   AtBoundary(kQueryCompleteFunction, complete, [&context] {
-    if (context == nullptr) return;
-    OnUnknownError(*context->base_params);
-    context->options.reset();  // should EOS complete it again, it has its answer
+    if (context != nullptr) CommitUnknownError(*context->base_params);
   });
 }
 
@@ -241,7 +229,7 @@ bool EpicFriend::EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
               "queryfriends complete, result:%d user id:%s msg:%s",
               static_cast<int>(data.ResultCode), account.c_str(), result.c_str());
   if (!request.IsOfSignedInAccount()) {
-    Fail(request, kResultNeedLogin, kInvalidAccount);
+    CommitFailure(request, kResultNeedLogin, kInvalidAccount);
     return true;
   }
   if (data.ResultCode != EOS_EResult::EOS_Success) {
@@ -255,10 +243,10 @@ bool EpicFriend::EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
   const int32_t total = EOS_Friends_GetFriendsCount(epic_friends_handle, &options);
   ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo, "LocalUserId %s , friend counts:%d",
               account.c_str(), total);
-  const PageRange range = RangeOfPage(context.page, context.count, total);
+  const IndexRange range = RangeOf(context.page, context.count, total);
   const auto friends = ListFriends(data.LocalUserId, range);
   if (friends->empty()) {
-    CommitEmptyPage(request, *friends);
+    CommitCode<FriendResult>(request, kResultSuccess);
   } else {
     GetInstance()->QueryFirendsInfoInThread(context.base_params, friends, range.current, total,
                                             context.is_in_game);
@@ -276,10 +264,12 @@ namespace {
 struct DetailList {
   bool IsComplete() const { return static_cast<int64_t>(friends.size()) == expected_count; }
   // The platform is there, and the player who asked.
-  bool CanGoOn() const {
+  bool HasAccount() const {
     return EpicAuth::GetInstance()->platform() != nullptr && request->IsOfSignedInAccount();
   }
-  bool IsDue() const { return failure != nullptr || IsComplete() || !CanGoOn(); }
+  bool IsDue() const { return failure != nullptr || IsComplete() || !HasAccount(); }
+  // More may be asked and appended.
+  bool IsInProgress() const { return is_open && HasAccount(); }
 
   std::shared_ptr<const FriendRequest> request;
   int64_t expected_count;
@@ -291,58 +281,51 @@ struct DetailList {
   bool is_open = true;            // waits for its answer
 };
 
-// The pages that wait for their answer, the oldest first. Under the EOS lock, and never destroyed,
-// like it.
-using OpenPages = std::list<std::shared_ptr<DetailList>>;
-alignas(OpenPages) std::byte open_pages_storage[sizeof(OpenPages)];
-auto& open_pages = *new (open_pages_storage) OpenPages;
+// The pages that wait for their answer, the oldest first. Under the EOS lock.
+NoDestructor<std::list<std::shared_ptr<DetailList>>> open_pages;
 
-void CommitPage(DetailList& page) {
+void CommitPage(DetailList& details) {
   FriendResult result(kResultSuccess);
-  result.method_id = page.request->method_id;
+  result.method_id = details.request->method_id;
   result.ret_msg = "success.";
-  result.friend_info_list = std::move(page.friends);
+  details.failure = kUnknownError;  // should this throw, there are no friends any more
+  result.friend_info_list = std::move(details.friends);
   JSONWriter document;
   document.StartJsonConvert();
-  document.Convert("total", static_cast<unsigned long long>(page.total))
-      .Convert("current", static_cast<unsigned long long>(page.current))
-      .Convert("is_in_game", page.is_in_game);
+  document.Convert("total", static_cast<unsigned long long>(details.total))
+      .Convert("current", static_cast<unsigned long long>(details.current))
+      .Convert("is_in_game", details.is_in_game);
   document.EndJsonConvert();
   result.extra_json = document.GetJsonString();
-  Commit(*page.request, result);
+  Commit(*details.request, result);
 }
 
 // The only place where a page, or its failure, is committed: by the completion after which it is
 // due, by the tick, and after the shutdown. When there is not even the memory for a failure, the
 // page stays open and the next tick tries again.
-void AnswerIfDue(const std::shared_ptr<DetailList>& page) noexcept {
+void AnswerIfDue(const std::shared_ptr<DetailList>& details) noexcept {
   eos_lock.AssertHeld();
-  if (!page->is_open || !page->IsDue()) return;
-  const auto answer = [&page] {
-    if (!page->CanGoOn()) {
-      Fail(*page->request, kResultNeedLogin, kInvalidAccount);
-    } else if (page->failure != nullptr) {
-      Fail(*page->request, kResultUnknownError, page->failure);
+  if (!details->is_open || !details->IsDue()) return;
+  const auto answer = [&details] {
+    if (!details->HasAccount()) {
+      CommitFailure(*details->request, kResultNeedLogin, kInvalidAccount);
+    } else if (details->failure != nullptr) {
+      CommitFailure(*details->request, kResultUnknownError, details->failure);
     } else {
-      CommitPage(*page);
+      CommitPage(*details);
     }
-    page->is_open = false;
+    details->is_open = false;
   };
-  const auto fail = [&page] {
-    page->failure = kUnknownError;  // its friends may be gone: never a success any more
-    Fail(*page->request, kResultUnknownError, kUnknownError);
-    page->is_open = false;
-  };
-  AtBoundary("zelk::EpicFriend::AnswerDuePages", answer, fail);
-  if (!page->is_open) open_pages.remove(page);
+  AtBoundary("zelk::EpicFriend::AnswerDuePages", answer, answer);
+  if (!details->is_open) open_pages.object.remove(details);
 }
 
 }  // namespace
 
 void EpicFriend::AnswerDuePages() noexcept {
-  for (auto next = open_pages.begin(); next != open_pages.end();) {
-    const std::shared_ptr<DetailList> page = *next++;  // an answer takes it out of the list
-    AnswerIfDue(page);
+  for (auto next = open_pages.object.begin(); next != open_pages.object.end();) {
+    const std::shared_ptr<DetailList> details = *next++;  // an answer takes it out of the list
+    AnswerIfDue(details);
   }
 }
 
@@ -358,6 +341,7 @@ struct FriendsInfoThreadContext {
   bool is_in_game;
   int64_t total;
   std::shared_ptr<DetailList> friends_info;
+  HMODULE library = nullptr;  // a reference of the thread's own, if the worker has one
 };
 
 struct ReleaseThreadContext {
@@ -370,16 +354,16 @@ using ThreadContext = std::unique_ptr<FriendsInfoThreadContext, ReleaseThreadCon
 
 // The client data of one friend's EOS_UserInfo_QueryUserInfo.
 struct FriendUserInfoContext final : PendingContext {
-  FriendUserInfoContext(const FriendsInfoThreadContext& page, const PersonInfo& entry,
+  FriendUserInfoContext(const FriendsInfoThreadContext& worker, const PersonInfo& entry,
                         EOS_HUserInfo user_info)
-      : base_params(page.base_params),
-        friends_info(page.friends_info),
-        expected_count(static_cast<int64_t>(page.friends->size())),
-        current(page.current),
-        total(page.total),
+      : base_params(worker.base_params),
+        friends_info(worker.friends_info),
+        expected_count(static_cast<int64_t>(worker.friends->size())),
+        current(worker.current),
+        total(worker.total),
         user_info_handle(user_info),
         person(entry),
-        is_in_game(page.is_in_game) {}
+        is_in_game(worker.is_in_game) {}
 
   void AnswerAfterShutdown() override { AnswerIfDue(friends_info); }
 
@@ -399,8 +383,7 @@ ThreadContext MakeThreadContext(FriendsInfoThreadContext context) {
   return ThreadContext(new (memory) FriendsInfoThreadContext(std::move(context)));
 }
 
-// The library stays mapped while a worker runs: each has a reference, which is given back after the
-// last of the library's code. Null when it cannot be had.
+// A reference to this library, which keeps it mapped. Null when it cannot be had.
 HMODULE ReferenceToLibrary(DWORD flags = 0) {
   HMODULE library = nullptr;
   GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags,
@@ -410,14 +393,17 @@ HMODULE ReferenceToLibrary(DWORD flags = 0) {
 
 }  // namespace
 
-// False, and the context stays the caller's, when no thread can be had.
+void EpicFriend::PinLibrary() { ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_PIN); }
+
+// False, and the context stays the caller's, when no thread can be had. Its reference to the
+// library is given back after the last of the library's code.
 bool EpicFriend::StartWorker(void* context) {
   const HMODULE library = ReferenceToLibrary();
   if (library == nullptr) return false;
+  static_cast<FriendsInfoThreadContext*>(context)->library = library;
   const LPTHREAD_START_ROUTINE run = [](LPVOID parameter) -> DWORD {
-    const DWORD exit_code = QueryFriendsInfoThreadProc(parameter);
-    FreeLibraryAndExitThread(ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT),
-                             exit_code);
+    const HMODULE reference = static_cast<FriendsInfoThreadContext*>(parameter)->library;
+    FreeLibraryAndExitThread(reference, QueryFriendsInfoThreadProc(parameter));
   };
   const HANDLE thread = CreateThread(nullptr, 0, run, context, 0, nullptr);
   if (thread == nullptr) {
@@ -437,7 +423,7 @@ bool EpicFriend::StartWorker(void* context) {
 void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
                                           const std::shared_ptr<const PersonList>& friends,
                                           int32_t current, int32_t total, bool is_in_game) {
-  const auto page = std::make_shared<DetailList>(
+  const auto details = std::make_shared<DetailList>(
       DetailList{.request = params,
                  .expected_count = static_cast<int64_t>(friends->size()),
                  .current = current,
@@ -448,9 +434,9 @@ void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequ
                                              .current = current,
                                              .is_in_game = is_in_game,
                                              .total = total,
-                                             .friends_info = page});
+                                             .friends_info = details});
   // From here on the page owes the answer, and nothing throws.
-  open_pages.push_back(page);
+  open_pages.object.push_back(details);
   FriendsInfoThreadContext* const handed_over = context.release();
   if (StartWorker(handed_over))
     return ZELK_LOG(kLogInfo,
@@ -463,37 +449,35 @@ void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequ
 
 namespace {
 
-// Under the lock: what a worker finds here holds until its step ends or gives way.
-bool MayGoOn(const FriendsInfoThreadContext& page) {
-  return page.friends_info->is_open && page.friends_info->CanGoOn();
-}
-
-// A step of the worker. False, and nothing was called, when it may not go on.
+// A step of the worker: what is found at its beginning holds to its end. False, and nothing was
+// called, when the page is not in progress any more.
 template <class EosCalls>
-bool InStep(const FriendsInfoThreadContext& page, EosCalls call) {
+bool InStep(const FriendsInfoThreadContext& worker, EosCalls call) {
   const WorkerStep step;
-  if (!MayGoOn(page)) return false;
+  if (!worker.friends_info->IsInProgress()) return false;
   call();
   return true;
 }
 
-// One step for both EOS calls, with a way between them for a tick that waits. The line and the
-// memory come before it: a logger may be slow. False when the worker may not go on.
-bool AskForFriend(const FriendsInfoThreadContext& page, EOS_HUserInfo user_info,
+// One step for both EOS calls, between which a tick that waits may come. The line is written and
+// the context made before it: a logger may be slow. False when the page is not in progress.
+bool AskForFriend(const FriendsInfoThreadContext& worker, EOS_HUserInfo user_info,
                   EOS_EpicAccountId local_user, const PersonInfo& entry,
                   EOS_UserInfo_OnQueryUserInfoCallback complete) {
+  DetailList& details = *worker.friends_info;
   EpicAuth::LogAccountIdFromString(entry.openid.c_str());
-  auto context = MakePending<FriendUserInfoContext>(page, entry, user_info);
+  // Declared before the step, so that one that is not handed over is freed after it.
+  auto context = std::make_unique<FriendUserInfoContext>(worker, entry, user_info);
   WorkerStep step;
-  if (!MayGoOn(page)) return false;
+  if (!details.IsInProgress()) return false;
   const EOS_EpicAccountId friend_id = EOS_EpicAccountId_FromString(entry.openid.c_str());
   if (friend_id == nullptr) {
     // Counts as asked in vain. There is room for all of the page.
-    page.friends_info->friends.push_back(std::move(context->person));
+    details.friends.push_back(std::move(context->person));
     return true;
   }
-  step.GiveWay();
-  if (!MayGoOn(page)) return false;
+  step.YieldToTick();
+  if (!details.IsInProgress()) return false;
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
   EOS_UserInfo_QueryUserInfo(user_info, &options,
@@ -502,25 +486,25 @@ bool AskForFriend(const FriendsInfoThreadContext& page, EOS_HUserInfo user_info,
   return true;
 }
 
-// Asks EOS for the details of every friend of the page; stops when it may not go on.
-void AskForFriends(const FriendsInfoThreadContext& page,
+// Asks EOS for the details of every friend of the page, as long as it is in progress.
+void AskForFriends(const FriendsInfoThreadContext& worker,
                    EOS_UserInfo_OnQueryUserInfoCallback complete) {
   constexpr uint64_t kLeastCapacity = 32;
-  DetailList& list = *page.friends_info;
-  PersonList details(std::max(kLeastCapacity, page.friends->size()));
+  DetailList& details = *worker.friends_info;
+  PersonList empty(std::max(kLeastCapacity, worker.friends->size()));
   EOS_HUserInfo user_info = nullptr;
-  const bool has_interface = InStep(page, [&] {
-    list.friends = std::move(details);
+  const auto begin = [&] {
+    details.friends = std::move(empty);
     user_info = EOS_Platform_GetUserInfoInterface(EpicAuth::GetInstance()->platform());
-    if (user_info == nullptr) list.failure = kNoUserInfoInterface;
-  });
-  if (!has_interface || user_info == nullptr) return;
-  const char* account_id = page.base_params->account_id.c_str();
+    if (user_info == nullptr) details.failure = kNoUserInfoInterface;
+  };
+  if (!InStep(worker, begin) || user_info == nullptr) return;
+  const char* account_id = worker.base_params->account_id.c_str();
   EpicAuth::LogAccountIdFromString(account_id);
   EOS_EpicAccountId local_user = nullptr;
-  if (!InStep(page, [&] { local_user = EOS_EpicAccountId_FromString(account_id); })) return;
-  for (const PersonInfo& entry : *page.friends) {
-    if (!AskForFriend(page, user_info, local_user, entry, complete)) return;
+  if (!InStep(worker, [&] { local_user = EOS_EpicAccountId_FromString(account_id); })) return;
+  for (const PersonInfo& entry : *worker.friends) {
+    if (!AskForFriend(worker, user_info, local_user, entry, complete)) return;
   }
 }
 
@@ -528,12 +512,12 @@ void AskForFriends(const FriendsInfoThreadContext& page,
 
 uint32_t EpicFriend::QueryFriendsInfoThreadProc(void* context) {
   if (context == nullptr) return 0;
-  const ThreadContext page(static_cast<FriendsInfoThreadContext*>(context));
-  const auto ask = [&page] { AskForFriends(*page, &QueryFriendUserInfoCompleteCallbackFn); };
+  const ThreadContext worker(static_cast<FriendsInfoThreadContext*>(context));
+  const auto ask = [&worker] { AskForFriends(*worker, &QueryFriendUserInfoCompleteCallbackFn); };
   // The worker commits nothing: the next tick does.
-  AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask, [&page] {
+  AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask, [&worker] {
     const WorkerStep step;
-    page->friends_info->failure = kUnknownError;
+    worker->friends_info->failure = kUnknownError;
   });
   return 0;
 }
@@ -565,19 +549,19 @@ void CopyDetails(FriendUserInfoContext& context) {
 
 void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
     const EOS_UserInfo_QueryUserInfoCallbackInfo* data) {
-  Pending<FriendUserInfoContext> context;
+  std::unique_ptr<FriendUserInfoContext> context;
   const auto complete = [data, &context] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     const bool will_retry = data->ResultCode == EOS_EResult::EOS_OperationWillRetry;
-    context = InFlight::Reclaim<FriendUserInfoContext>(EosCall::kQueryFriendUserInfo,
-                                                       data->ClientData, will_retry);
+    context =
+        InFlight::Reclaim<FriendUserInfoContext>(EosCall::kQueryFriendUserInfo, data->ClientData);
     if (context == nullptr) return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
     const bool is_shutting_down = EpicAuth::GetInstance()->platform() == nullptr;
     if (will_retry || is_shutting_down) return InFlight::Return(std::move(context));
-    DetailList& page = *context->friends_info;
-    if (page.is_open && page.CanGoOn()) {
+    DetailList& details = *context->friends_info;
+    if (details.IsInProgress()) {
       if (data->ResultCode == EOS_EResult::EOS_Success) CopyDetails(*context);
-      page.friends.push_back(std::move(context->person));
+      details.friends.push_back(std::move(context->person));
     }
     AnswerIfDue(context->friends_info);
   };

@@ -1,0 +1,30 @@
+// Values of EOS as the SDK takes them.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "core_contract/log.h"
+#include "eos_logging.h"
+
+namespace zelk {
+
+// A text of EOS, which may be null.
+inline const char* TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
+
+// The level of a message, which is not EOS_LOG_Off.
+inline LogLevel SdkLevel(EOS_ELogLevel level) {
+  if (level == EOS_ELogLevel::EOS_LOG_Warning) return kLogWarning;
+  const bool is_error =
+      level == EOS_ELogLevel::EOS_LOG_Fatal || level == EOS_ELogLevel::EOS_LOG_Error;
+  return is_error ? kLogError : kLogInfo;
+}
+
+// Truncated toward zero; what no unsigned number can hold becomes the nearest that can.
+inline uint64_t WholeSeconds(double seconds) {
+  constexpr double kEnd = 18446744073709551616.0;  // 2 to the 64th
+  if (!(seconds > 0)) return 0;
+  return seconds < kEnd ? static_cast<uint64_t>(seconds) : std::numeric_limits<uint64_t>::max();
+}
+
+}  // namespace zelk
