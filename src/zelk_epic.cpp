@@ -13,10 +13,7 @@
 #include "zelk_epic_log.h"
 #include "zelk_epic_pending.h"
 
-using zelk::AtBoundary;
-using zelk::BaseParams;
-using zelk::EpicAuth;
-using zelk::EpicFriend;
+using namespace zelk;
 
 namespace {
 
@@ -26,10 +23,10 @@ namespace {
 constexpr std::chrono::seconds kShutdownTimeout{2};
 
 void Login(const char* function, const BaseParams& params, const std::string& permissions) {
-  const std::lock_guard lock(zelk::eos_lock);
+  const std::lock_guard lock(eos_lock);
   AtBoundary(
       function, [&] { EpicAuth::GetInstance()->Login(params, permissions); },
-      [&] { zelk::CommitCode<zelk::AuthResult>(params, zelk::kResultUnknownError); });
+      [&] { CommitCode<AuthResult>(params, kResultUnknownError); });
 }
 
 }  // namespace
@@ -43,14 +40,14 @@ void zelk_epic_auth_auto_login(const BaseParams& params, const std::string& perm
 }
 
 void zelk_epic_auth_logout(const BaseParams& params) {
-  const std::lock_guard lock(zelk::eos_lock);
+  const std::lock_guard lock(eos_lock);
   AtBoundary(
       "zelk_epic_auth_logout", [&] { EpicAuth::GetInstance()->Logout(&params); },
-      [&] { zelk::CommitCode<zelk::BaseResult>(params, zelk::kResultUnknownError); });
+      [&] { CommitCode<BaseResult>(params, kResultUnknownError); });
 }
 
 void zelk_epic_update() {
-  const std::lock_guard lock(zelk::eos_lock);
+  const std::lock_guard lock(eos_lock);
   AtBoundary("zelk_epic_update", [] {
     EpicFriend::AnswerDuePages();
     const EOS_HPlatform platform = EpicAuth::GetInstance()->platform();
@@ -65,23 +62,23 @@ void zelk_epic_update() {
 // When it gives up, EOS keeps the platform and its callbacks: the library stays mapped for them. No
 // more can be done about a lock of the logger or the core that a stopped thread has taken with it.
 void zelk_epic_shutdown() {
-  const std::unique_lock lock(zelk::eos_lock, kShutdownTimeout);
+  const std::unique_lock lock(eos_lock, kShutdownTimeout);
   if (!lock) {
     EpicFriend::PinLibrary();
-    return ZELK_LOG_AS("zelk_epic_shutdown", zelk::kLogError,
+    return ZELK_LOG_AS("zelk_epic_shutdown", kLogError,
                        "a thread does not come back from EOS; the platform is left as it is");
   }
   AtBoundary("zelk_epic_shutdown", [] {
     EpicFriend::AnswerDuePages();
     EpicAuth::GetInstance()->ShutDown();
   });
-  zelk::InFlight::AnswerAfterShutdown();
+  InFlight::AnswerAfterShutdown();
   EpicFriend::AnswerDuePages();
 }
 
 void zelk_epic_friend_queryfriends(const BaseParams& params, int32_t page, int32_t count,
                                    bool is_in_game) {
-  const std::lock_guard lock(zelk::eos_lock);
+  const std::lock_guard lock(eos_lock);
   AtBoundary(
       "zelk_epic_friend_queryfriends",
       [&] { EpicFriend::GetInstance()->QueryFriends(params, page, count, is_in_game); },

@@ -101,7 +101,6 @@ class EpicAuth {
   void IssueFirstLogin(std::unique_ptr<LoginClientData> client_data);
   void IssueDefaultLogin(std::unique_ptr<LoginClientData> client_data);
   void StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id);
-  void EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result);
   void EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result,
                          const std::string& name);
   std::string CopyDisplayName();

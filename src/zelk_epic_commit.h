@@ -12,16 +12,10 @@
 namespace zelk {
 
 // Where the core expects each type of result.
-template <class Result>
-inline constexpr unsigned int kObserverId = 0;
-template <>
-inline constexpr unsigned int kObserverId<AuthResult> = 101;
-template <>
-inline constexpr unsigned int kObserverId<BaseResult> = 105;
-template <>
-inline constexpr unsigned int kObserverId<AuthPluginResult> = 106;
-template <>
-inline constexpr unsigned int kObserverId<FriendResult> = 202;
+constexpr unsigned int ObserverIdOf(const AuthResult&) { return 101; }
+constexpr unsigned int ObserverIdOf(const BaseResult&) { return 105; }
+constexpr unsigned int ObserverIdOf(const AuthPluginResult&) { return 106; }
+constexpr unsigned int ObserverIdOf(const FriendResult&) { return 202; }
 
 // The flag of the commit: true for all but a login's success.
 template <class Result>
@@ -31,7 +25,7 @@ inline constexpr bool kCommitFlag = !std::is_same_v<Result, AuthPluginResult>;
 template <class Result>
 void Commit(const BaseParams& params, const Result& result) {
   const SdkString seq_id(params.seq_id);
-  InnerObserverHolder<Result>::CommitToTaskQueue(result, kObserverId<Result>, seq_id,
+  InnerObserverHolder<Result>::CommitToTaskQueue(result, ObserverIdOf(result), seq_id,
                                                  kCommitFlag<Result>);
 }
 

@@ -16,7 +16,6 @@
 namespace zelk {
 
 struct FriendRequest;
-struct QueryFriendsContext;
 
 // The friends of a page, or all of them, as a FriendResult carries them.
 using PersonList = zelk_tp_stl_c::vector<PersonInfo>;
@@ -45,24 +44,21 @@ class EpicFriend {
   // Keeps the library mapped until the process ends.
   static void PinLibrary();
 
- private:
-  EpicFriend() = default;
-
   static void EOS_CALL
   QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbackInfo* data);
-  static bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
-                       const QueryFriendsContext& context);
 
   // Asks for the details of the friends of a page, on a thread of its own if one can be had. The
   // answer is committed on the tick thread. When this throws, it will not be.
   void QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
                                 const std::shared_ptr<const PersonList>& friends, int32_t current,
                                 int32_t total, bool is_in_game);
-  static bool StartWorker(void* context);
   // What the worker runs; owns its context, a FriendsInfoThreadContext. Always 0.
   static uint32_t QueryFriendsInfoThreadProc(void* context);
   static void EOS_CALL
   QueryFriendUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallbackInfo* data);
+
+ private:
+  EpicFriend() = default;
 };
 
 }  // namespace zelk

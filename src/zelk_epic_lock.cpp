@@ -19,22 +19,17 @@ constexpr std::chrono::microseconds kSpinTime{30};
 constexpr int kPollsAwake = 100;
 constexpr std::chrono::milliseconds kSleepTime{10};
 
-// Tells the processor that this is a loop that waits.
-void Pause() {
-#if defined(__x86_64__) || defined(_M_X64)
-  _mm_pause();
-#else
-  std::this_thread::yield();
-#endif
-}
-
 // False when it has not become true in the time that waiting awake is worth.
 template <class Condition>
 bool SpinUntil(Condition condition) {
   if (condition()) return true;
   const auto deadline = Clock::now() + kSpinTime;
   do {
-    Pause();
+#if defined(__x86_64__) || defined(_M_X64)
+    _mm_pause();  // tells the processor that this is a loop that waits
+#else
+    std::this_thread::yield();
+#endif
     if (condition()) return true;
   } while (Clock::now() < deadline);
   return false;

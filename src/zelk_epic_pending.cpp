@@ -39,18 +39,12 @@ PendingContext** InFlight::Find(uintptr_t id) noexcept {
   return link;
 }
 
-PendingContext* InFlight::Unlink(PendingContext** link) noexcept {
-  PendingContext* const context = *link;
-  *link = context->next_in_bucket_;
-  return context;
-}
-
 // Looks for every number that there ever was: that takes no memory, and no list for this alone.
 void InFlight::AnswerAfterShutdown() noexcept {
   for (uintptr_t id = 1; id <= last_id; ++id) {
     PendingContext** const link = Find(id);
     if (*link == nullptr) continue;
-    const std::unique_ptr<PendingContext> context(Unlink(link));
+    const std::unique_ptr<PendingContext> context(std::exchange(*link, (*link)->next_in_bucket_));
     const auto answer = [&context] { context->AnswerAfterShutdown(); };
     AtBoundary("zelk::InFlight::AnswerAfterShutdown", answer, answer);
   }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 namespace zelk {
 
@@ -54,7 +55,8 @@ class InFlight {
   static std::unique_ptr<Context> Reclaim(EosCall call, const void* client_data) noexcept {
     PendingContext** const link = Find(reinterpret_cast<uintptr_t>(client_data));
     if (*link == nullptr || (*link)->call_ != call) return nullptr;
-    return std::unique_ptr<Context>(static_cast<Context*>(Unlink(link)));
+    PendingContext* const context = std::exchange(*link, (*link)->next_in_bucket_);
+    return std::unique_ptr<Context>(static_cast<Context*>(context));
   }
 
   // Returns the context of a completion to EOS: for the completion that comes again, or for the
@@ -68,7 +70,6 @@ class InFlight {
  private:
   // Where the context, or null, is linked.
   static PendingContext** Find(uintptr_t id) noexcept;
-  static PendingContext* Unlink(PendingContext** link) noexcept;
 };
 
 }  // namespace zelk

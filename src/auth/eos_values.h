@@ -20,6 +20,12 @@ inline LogLevel SdkLevel(EOS_ELogLevel level) {
   return is_error ? kLogError : kLogInfo;
 }
 
+// The result code of a completion, as a number.
+template <class CallbackInfo>
+int32_t CodeOf(const CallbackInfo& data) {
+  return static_cast<int32_t>(data.ResultCode);
+}
+
 // Truncated toward zero; what no unsigned number can hold becomes the nearest that can.
 inline uint64_t WholeSeconds(double seconds) {
   constexpr double kEnd = 18446744073709551616.0;  // 2 to the 64th

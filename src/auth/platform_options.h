@@ -49,17 +49,15 @@ inline const char* CacheDirectory() {
 }
 
 inline EOS_Platform_Options PlatformOptions(const PlatformConfig& config) {
-  EOS_Platform_Options options{};
-  options.ApiVersion = 7;
-  options.ProductId = config.product_id.c_str();
-  options.SandboxId = config.sandbox_id.c_str();
-  options.ClientCredentials.ClientId = config.client_id.c_str();
-  options.ClientCredentials.ClientSecret = config.client_secret.c_str();
-  options.bIsServer = EOS_FALSE;
-  options.EncryptionKey = EncryptionKey();
-  options.DeploymentId = config.deployment_id.c_str();
-  options.CacheDirectory = CacheDirectory();
-  return options;
+  return {.ApiVersion = 7,
+          .ProductId = config.product_id.c_str(),
+          .SandboxId = config.sandbox_id.c_str(),
+          .ClientCredentials = {.ClientId = config.client_id.c_str(),
+                                .ClientSecret = config.client_secret.c_str()},
+          .bIsServer = EOS_FALSE,
+          .EncryptionKey = EncryptionKey(),
+          .DeploymentId = config.deployment_id.c_str(),
+          .CacheDirectory = CacheDirectory()};
 }
 
 }  // namespace zelk

@@ -26,6 +26,10 @@
 #include "zelk_epic_secret.h"
 
 namespace zelk {
+
+using enum EOS_EResult;
+using enum EOS_EAuthScopeFlags;
+
 namespace {
 
 constexpr char kChannel[] = "Epic";
@@ -41,6 +45,28 @@ void EndWithNullPlatform(const BaseParams& params) {
   ZELK_LOG_AS(kLoginFunction, kLogError, "[%s], epic_platform_handle_ is null",
               params.seq_id.c_str());
   CommitCode<AuthResult>(params, kResultNotInitialized);
+}
+
+// Converts an identifier, whose kind `to_string` is for; `text` stays empty when EOS refuses. False
+// when there is none.
+template <class Id>
+bool ConvertId(const char* function, Id id, EOS_EResult(EOS_CALL* to_string)(Id, char*, int32_t*),
+               std::string& text) {
+  if (id == nullptr) {
+    ZELK_LOG_AS(function, kLogError, "account_id is NULL");
+    return false;
+  }
+  char buffer[128] = {};
+  int32_t size = sizeof buffer;
+  const EOS_EResult result = to_string(id, buffer, &size);
+  if (result != EOS_Success) {
+    const std::string name = EpicAuth::EpicEResultToString(result);
+    ZELK_LOG_AS(function, kLogError, "EOS_EpicAccountId_ToString error:%s", name.c_str());
+    return true;
+  }
+  buffer[sizeof buffer - 1] = '\0';
+  text = buffer;
+  return true;
 }
 
 }  // namespace
@@ -78,32 +104,6 @@ void EOS_CALL ZELK_EOSSDKLoggingCallback(const EOS_LogMessage* message) {
   ZELK_LOG(SdkLevel(message->Level), "[EOS SDK] %s: %s", TextOrEmpty(message->Category),
            TextOrEmpty(message->Message));
 }
-
-namespace {
-
-// Converts an identifier, whose kind `to_string` is for; `text` stays empty when EOS refuses. False
-// when there is none.
-template <class Id>
-bool ConvertId(const char* function, Id id, EOS_EResult(EOS_CALL* to_string)(Id, char*, int32_t*),
-               std::string& text) {
-  if (id == nullptr) {
-    ZELK_LOG_AS(function, kLogError, "account_id is NULL");
-    return false;
-  }
-  char buffer[128] = {};
-  int32_t size = sizeof buffer;
-  const EOS_EResult result = to_string(id, buffer, &size);
-  if (result != EOS_EResult::EOS_Success) {
-    const std::string name = EpicAuth::EpicEResultToString(result);
-    ZELK_LOG_AS(function, kLogError, "EOS_EpicAccountId_ToString error:%s", name.c_str());
-    return true;
-  }
-  buffer[sizeof buffer - 1] = '\0';
-  text = buffer;
-  return true;
-}
-
-}  // namespace
 
 std::string EpicAuth::EpicAccountIdToString(EOS_EpicAccountId id) {
   std::string text;
@@ -149,12 +149,12 @@ bool EpicAuth::InitEpic(const BaseParams& params) {
                                          .ProductVersion = config.product_version.c_str()};
   EncryptionKey();  // takes memory, and EOS cannot be initialised a second time
   ZELK_LOG(kLogInfo, "Call EOS_Initialize");
-  if (EOS_Initialize(&initialize) != EOS_EResult::EOS_Success) {
+  if (EOS_Initialize(&initialize) != EOS_Success) {
     ZELK_LOG(kLogError, "Epic SDK Init Failed!");
     return false;
   }
   ZELK_LOG(kLogInfo, "Call EOS_Logging_SetCallback");
-  if (EOS_Logging_SetCallback(&ZELK_EOSSDKLoggingCallback) == EOS_EResult::EOS_Success) {
+  if (EOS_Logging_SetCallback(&ZELK_EOSSDKLoggingCallback) == EOS_Success) {
     ZELK_LOG(kLogInfo, "Call EOS_Logging_SetLogLevel");
     EOS_Logging_SetLogLevel(EOS_ELogCategory::EOS_LC_ALL_CATEGORIES,
                             EOS_ELogLevel::EOS_LOG_Verbose);
@@ -184,7 +184,7 @@ void EpicAuth::ShutDown() {
   Wipe(access_token_);
   Wipe(refresh_token_);
   const EOS_EResult result = EOS_Shutdown();
-  if (result != EOS_EResult::EOS_Success) {
+  if (result != EOS_Success) {
     const std::string name = EpicEResultToString(result);
     ZELK_LOG(kLogWarning, "Epic EOS SDK, ShutDown failed with third error: ,%s", name.c_str());
   }
@@ -203,7 +203,7 @@ bool EpicAuth::FetchAuthInterface() {
 namespace {
 
 EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& permissions) {
-  auto flags = EOS_EAuthScopeFlags::EOS_AS_NoFlags;
+  auto flags = EOS_AS_NoFlags;
   if (permissions.empty()) return flags;
   const char* seq_id = params.seq_id.c_str();
   zelk_tp_stl_c::vector<SdkString> words;
@@ -212,7 +212,7 @@ EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& perm
     ZELK_LOG_AS(kLoginFunction, kLogInfo, "[%s], permission:%s", seq_id, word.c_str());
     const EOS_EAuthScopeFlags flag = ScopeFlagOf(word.c_str());
     flags |= flag;
-    if (flag != EOS_EAuthScopeFlags::EOS_AS_NoFlags) continue;
+    if (flag != EOS_AS_NoFlags) continue;
     ZELK_LOG_AS(kLoginFunction, kLogWarning, "[%s], epic invalid permission: %s", seq_id,
                 word.c_str());
   }
@@ -220,12 +220,12 @@ EOS_EAuthScopeFlags ScopeFlags(const BaseParams& params, const std::string& perm
 }
 
 void LogPlayerAction(const EOS_Auth_LoginCallbackInfo& data) {
-  if (data.ResultCode == EOS_EResult::EOS_Auth_PinGrantCode && data.PinGrantInfo != nullptr) {
+  if (data.ResultCode == EOS_Auth_PinGrantCode && data.PinGrantInfo != nullptr) {
     ZELK_LOG_AS(kLoginCompleteFunction, kLogWarning,
                 "Waiting for PIN grant Code:%s URI:%s Expires:%d",
                 TextOrEmpty(data.PinGrantInfo->UserCode),
                 TextOrEmpty(data.PinGrantInfo->VerificationURI), data.PinGrantInfo->ExpiresIn);
-  } else if (data.ResultCode == EOS_EResult::EOS_Auth_MFARequired) {
+  } else if (data.ResultCode == EOS_Auth_MFARequired) {
     ZELK_LOG_AS(kLoginCompleteFunction, kLogWarning,
                 "MFA Code needs to be entered before logging in");
   }
@@ -314,11 +314,6 @@ void EpicAuth::LoginEndWithThirdError(const BaseParams& params, int32_t err_code
   Commit(params, result);
 }
 
-void EpicAuth::EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result) {
-  const std::string name = EpicEResultToString(result);
-  EndWithThirdError(std::move(request), result, name);
-}
-
 void EpicAuth::EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_EResult result,
                                  const std::string& name) {
   LoginEndWithThirdError(request->params, static_cast<int32_t>(result), name);
@@ -336,8 +331,8 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
     }
     const std::string account = EpicAccountIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
-    ZELK_LOG(kLogInfo, "Login complete, result:%d user id:%s msg:%s",
-             static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
+    ZELK_LOG(kLogInfo, "Login complete, result:%d user id:%s msg:%s", CodeOf(*data),
+             account.c_str(), result.c_str());
     if (client_data == nullptr)
       return ZELK_LOG(kLogError, "LoginCompleteCallbackFn ClientData is null, memory leak");
     if (client_data->base_params_ == nullptr) {
@@ -345,7 +340,7 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
       return ReleaseLoginClientData(std::move(client_data));
     }
     EpicAuth* const auth = GetInstance();
-    if (data->ResultCode == EOS_EResult::EOS_Success) {
+    if (data->ResultCode == EOS_Success) {
       ZELK_LOG(kLogInfo, "Login success, user id:%s", account.c_str());
       std::unique_ptr<LoginRequest> request = std::move(client_data->base_params_);
       ReleaseLoginClientData(std::move(client_data));
@@ -354,8 +349,7 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
     LogPlayerAction(*data);
     if (client_data->login_options_ != nullptr)
       return auth->IssueDefaultLogin(std::move(client_data));
-    ZELK_LOG(kLogError, "Login Failed! Error Code:%d Msg:%s", static_cast<int>(data->ResultCode),
-             result.c_str());
+    ZELK_LOG(kLogError, "Login Failed! Error Code:%d Msg:%s", CodeOf(*data), result.c_str());
     auth->EndWithThirdError(std::move(client_data->base_params_), data->ResultCode, result);
     ReleaseLoginClientData(std::move(client_data));
   });
@@ -383,14 +377,15 @@ void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, std::unique_ptr<LoginR
   EOS_EResult result =
       EOS_Auth_CopyUserAuthToken(epic_auth_handle_, &copy_options, account_id, &copy);
   const std::unique_ptr<EOS_Auth_Token, LogAndRelease> token(copy);
-  if (result == EOS_EResult::EOS_Success && token == nullptr) {
-    result = EOS_EResult::EOS_UnexpectedError;
-  } else if (result == EOS_EResult::EOS_Success) {
+  if (result == EOS_Success && token == nullptr) {
+    result = EOS_UnexpectedError;
+  } else if (result == EOS_Success) {
     StoreToken(*token, account_id);
     // What EOS makes of a call without its interface.
-    if (epic_connect_handle_ == nullptr) result = EOS_EResult::EOS_InvalidParameters;
+    if (epic_connect_handle_ == nullptr) result = EOS_InvalidParameters;
   }
-  if (result != EOS_EResult::EOS_Success) return EndWithThirdError(std::move(request), result);
+  if (result != EOS_Success)
+    return EndWithThirdError(std::move(request), result, EpicEResultToString(result));
   const EOS_Connect_Credentials credentials{.ApiVersion = 1,
                                             .Token = token->AccessToken,
                                             .Type = EOS_EExternalCredentialType::EOS_ECT_EPIC};
@@ -425,17 +420,17 @@ void EOS_CALL EpicAuth::ConnectLoginCompleteCb(const EOS_Connect_LoginCallbackIn
     if (request == nullptr)
       return ZELK_LOG(kLogError, "NULL ClientData for ConnectLoginCompleteCb");
     ZELK_LOG(kLogInfo, "Connect Login complete, result:%d localProductUserId:%s msg:%s",
-             static_cast<int>(data->ResultCode), local_product_userid_.c_str(), result.c_str());
+             CodeOf(*data), local_product_userid_.c_str(), result.c_str());
     EpicAuth* const auth = GetInstance();
-    if (data->ResultCode == EOS_EResult::EOS_Success) {
+    if (data->ResultCode == EOS_Success) {
       ZELK_LOG(kLogInfo, "Connect Login success, localUserId:%s", local_product_userid_.c_str());
       auth->OnEpicPlatfromGetUserInfoFinish(true, std::move(request));
-    } else if (data->ResultCode == EOS_EResult::EOS_InvalidUser) {
+    } else if (data->ResultCode == EOS_InvalidUser) {
       ZELK_LOG(kLogWarning, "Invalid user, try to connect create user");
       auth->ConnectCreateUser(data->ContinuanceToken, std::move(request));
     } else {
-      ZELK_LOG(kLogError, "Connect Login Failed! Error Code:%d Msg:%s",
-               static_cast<int>(data->ResultCode), result.c_str());
+      ZELK_LOG(kLogError, "Connect Login Failed! Error Code:%d Msg:%s", CodeOf(*data),
+               result.c_str());
       auth->EndWithThirdError(std::move(request), data->ResultCode, result);
     }
   });
@@ -445,7 +440,8 @@ void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
                                  std::unique_ptr<LoginRequest> request) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(request));
   if (epic_connect_handle_ == nullptr)
-    return EndWithThirdError(std::move(request), EOS_EResult::EOS_InvalidParameters);
+    return EndWithThirdError(std::move(request), EOS_InvalidParameters,
+                             EpicEResultToString(EOS_InvalidParameters));
   const EOS_Connect_CreateUserOptions options{.ApiVersion = 1,
                                               .ContinuanceToken = continuance_token};
   ZELK_LOG(kLogInfo, "Call EOS_Connect_CreateUser");
@@ -462,12 +458,13 @@ EpicAuth::ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* 
     if (request == nullptr)
       return ZELK_LOG(kLogError, "nullptr ClientData for ConnectCreateUserCompleteCb");
     EpicAuth* const auth = GetInstance();
-    if (data->ResultCode != EOS_EResult::EOS_Success)
-      return auth->EndWithThirdError(std::move(request), data->ResultCode);
+    if (data->ResultCode != EOS_Success)
+      return auth->EndWithThirdError(std::move(request), data->ResultCode,
+                                     EpicEResultToString(data->ResultCode));
     const std::string product_user = EpicProductIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "Connect Create User complete, result:%d local_product_userid:%s msg:%s",
-             static_cast<int>(data->ResultCode), product_user.c_str(), result.c_str());
+             CodeOf(*data), product_user.c_str(), result.c_str());
     auth->OnEpicPlatfromLoginSuccess(product_user, std::move(request));
   });
 }
@@ -512,14 +509,13 @@ EpicAuth::QueryUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallba
       return ZELK_LOG(kLogError, "nullptr ClientData for QueryUserInfoCompleteCallbackFn");
     const std::string account = EpicAccountIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
-    ZELK_LOG(kLogInfo, "Query UserInfo complete, result:%d local_user_id:%s msg:%s",
-             static_cast<int>(data->ResultCode), account.c_str(), result.c_str());
-    const bool ok = data->ResultCode == EOS_EResult::EOS_Success;
+    ZELK_LOG(kLogInfo, "Query UserInfo complete, result:%d local_user_id:%s msg:%s", CodeOf(*data),
+             account.c_str(), result.c_str());
+    const bool ok = data->ResultCode == EOS_Success;
     if (ok) {
       ZELK_LOG(kLogInfo, "Query UserInfo success, local_user_id:%s ", account.c_str());
     } else {
-      ZELK_LOG(kLogError, "Query User Info error:%d msg:%s", static_cast<int>(data->ResultCode),
-               result.c_str());
+      ZELK_LOG(kLogError, "Query User Info error:%d msg:%s", CodeOf(*data), result.c_str());
     }
     GetInstance()->OnEpicPlatfromGetUserInfoFinish(ok, std::move(request));
   });
@@ -550,7 +546,7 @@ std::string EpicAuth::CopyDisplayName() {
                                       ? EOS_Platform_GetUserInfoInterface(epic_platform_handle_)
                                       : nullptr;
   EOS_UserInfo* copy = nullptr;
-  EOS_EResult result = EOS_EResult::EOS_InvalidParameters;
+  EOS_EResult result = EOS_InvalidParameters;
   if (user_info != nullptr) {
     const EOS_EpicAccountId account_id = EpicAccountIdFromString(epic_account_id_);
     const EOS_UserInfo_CopyUserInfoOptions options{
@@ -559,7 +555,7 @@ std::string EpicAuth::CopyDisplayName() {
     result = EOS_UserInfo_CopyUserInfo(user_info, &options, &copy);
   }
   const std::unique_ptr<EOS_UserInfo, LogAndRelease> owned(copy);
-  if (copy == nullptr || result != EOS_EResult::EOS_Success) {
+  if (copy == nullptr || result != EOS_Success) {
     ZELK_LOG_AS(kFinishFunction, kLogError, "Copy UserInfo failed");
     return "";
   }
@@ -623,15 +619,13 @@ void EpicAuth::Logout(const BaseParams* params) {
   expires_in_ = 0;
   Wipe(refresh_token_);
   refresh_expires_in_ = 0;
-  BaseResult result(is_shut_down ? kResultNotInitialized : kResultSuccess);
-  result.method_id = params->method_id;
-  Commit(*params, result);
+  CommitCode<BaseResult>(*params, is_shut_down ? kResultNotInitialized : kResultSuccess);
 }
 
 void EOS_CALL EpicAuth::LogoutCompleteCallbackFn(const EOS_Auth_LogoutCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::LogoutCompleteCallbackFn", [data] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-    if (data->ResultCode == EOS_EResult::EOS_Success) {
+    if (data->ResultCode == EOS_Success) {
       const std::string account = EpicAccountIdToString(data->LocalUserId);
       ZELK_LOG(kLogInfo, "[EOS SDK] Logout Success - User: %s", account.c_str());
       return;
@@ -647,7 +641,7 @@ void EOS_CALL
 EpicAuth::DeletePersistentAuthCallback(const EOS_Auth_DeletePersistentAuthCallbackInfo* data) {
   AtBoundary("zelk::EpicAuth::DeletePersistentAuthCallback", [data] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-    if (data->ResultCode == EOS_EResult::EOS_Success)
+    if (data->ResultCode == EOS_Success)
       return ZELK_LOG(kLogInfo, "[EOS SDK] DeletePersistentAuth Success");
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "[EOS SDK] DeletePersistentAuth Failed: %s", result.c_str());

@@ -20,6 +20,16 @@
 #include "zelk_epic_pending.h"
 
 namespace zelk {
+
+// The one copy of a request, for all contexts of its query, and the account that asked.
+struct FriendRequest : BaseParams {
+  // False after a logout, or a login of somebody else: what the player asked for before is not
+  // answered with friends any more.
+  bool IsOfSignedInAccount() const { return account_id == EpicAuth::GetInstance()->account_id(); }
+
+  std::string account_id;
+};
+
 namespace {
 
 constexpr char kInvalidCount[] = "Parameter 'count' must be larger than zero.";
@@ -52,16 +62,7 @@ void CommitFailure(const BaseParams& params, int32_t code, const char* message) 
   CommitFailure(params, code, message, code, message);
 }
 
-}  // namespace
-
-// The one copy of a request, for all contexts of its query, and the account that asked.
-struct FriendRequest : BaseParams {
-  // False after a logout, or a login of somebody else: what the player asked for before is not
-  // answered with friends any more.
-  bool IsOfSignedInAccount() const { return account_id == EpicAuth::GetInstance()->account_id(); }
-
-  std::string account_id;
-};
+// --- the friend list ---
 
 // The client data of EOS_Friends_QueryFriends.
 struct QueryFriendsContext final : PendingContext {
@@ -75,15 +76,6 @@ struct QueryFriendsContext final : PendingContext {
   int32_t count = 0;
   bool is_in_game = false;
 };
-
-EpicFriend* EpicFriend::GetInstance() {
-  static auto* const instance = new EpicFriend;
-  return instance;
-}
-
-// --- the friend list ---
-
-namespace {
 
 // The signed-in account as EOS knows it; null when there is none, or no platform.
 EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
@@ -126,37 +118,77 @@ class StatusText {
   std::string text_;
 };
 
-// An invalid friend is left out.
-void AppendFriend(EOS_EpicAccountId local_user, int32_t index, StatusText& status_text,
-                  PersonList& friends) {
-  const EOS_Friends_GetFriendAtIndexOptions options{
-      .ApiVersion = 1, .LocalUserId = local_user, .Index = index};
-  const EOS_EpicAccountId friend_id = EOS_Friends_GetFriendAtIndex(epic_friends_handle, &options);
-  const bool valid = EOS_EpicAccountId_IsValid(friend_id) != EOS_FALSE;
-  const std::string openid = EpicAuth::EpicAccountIdToString(friend_id);
-  if (!valid)
-    return ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "Friend ID: %s was invalid!",
-                       openid.c_str());
-  const EOS_Friends_GetStatusOptions status{
-      .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
-  PersonInfo person;
-  person.openid = openid;
-  person.extra_json = status_text.Of(EOS_Friends_GetStatus(epic_friends_handle, &status));
-  friends.push_back(std::move(person));
-}
-
-// Of the list that EOS now has.
+// Of the list that EOS now has; invalid friends are left out.
 std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
                                               const IndexRange& range) {
   auto friends = std::make_shared<PersonList>(range.size());
   StatusText status_text;
   for (int64_t i = range.start; i < range.current; ++i) {
-    AppendFriend(local_user, static_cast<int32_t>(i), status_text, *friends);
+    const EOS_Friends_GetFriendAtIndexOptions at_index{
+        .ApiVersion = 1, .LocalUserId = local_user, .Index = static_cast<int32_t>(i)};
+    const EOS_EpicAccountId id = EOS_Friends_GetFriendAtIndex(epic_friends_handle, &at_index);
+    const bool is_valid = EOS_EpicAccountId_IsValid(id) != EOS_FALSE;
+    const std::string openid = EpicAuth::EpicAccountIdToString(id);
+    if (!is_valid) {
+      ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "Friend ID: %s was invalid!", openid.c_str());
+      continue;
+    }
+    const EOS_Friends_GetStatusOptions status{
+        .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = id};
+    PersonInfo person;
+    person.openid = openid;
+    person.extra_json = status_text.Of(EOS_Friends_GetStatus(epic_friends_handle, &status));
+    friends->push_back(std::move(person));
   }
   return friends;
 }
 
+// False when another completion, or the shutdown, has still to end the query.
+bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
+              const QueryFriendsContext& context) {
+  const FriendRequest& request = *context.base_params;
+  const bool is_final = data.ResultCode != EOS_EResult::EOS_OperationWillRetry;
+  if (request.seq_id.empty()) {
+    ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "NULL seqID for queryfriends");
+    return is_final;
+  }
+  const std::string account = EpicAuth::EpicAccountIdToString(data.LocalUserId);
+  const std::string result = EpicAuth::EpicEResultToString(data.ResultCode);
+  ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo,
+              "queryfriends complete, result:%d user id:%s msg:%s",
+              static_cast<int>(data.ResultCode), account.c_str(), result.c_str());
+  if (!request.IsOfSignedInAccount()) {
+    CommitFailure(request, kResultNeedLogin, kInvalidAccount);
+    return true;
+  }
+  if (data.ResultCode != EOS_EResult::EOS_Success) {
+    EpicFriend::OnQueryFrinedsFailed(request, kResultThirdError, kThirdError,
+                                     static_cast<int32_t>(data.ResultCode), result);
+    return is_final;
+  }
+  if (EpicAuth::GetInstance()->platform() == nullptr) return false;
+  const EOS_Friends_GetFriendsCountOptions options{.ApiVersion = 1,
+                                                   .LocalUserId = data.LocalUserId};
+  const int32_t total = EOS_Friends_GetFriendsCount(epic_friends_handle, &options);
+  ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo, "LocalUserId %s , friend counts:%d",
+              account.c_str(), total);
+  const IndexRange range = RangeOf(context.page, context.count, total);
+  const auto friends = ListFriends(data.LocalUserId, range);
+  if (friends->empty()) {
+    CommitCode<FriendResult>(request, kResultSuccess);
+  } else {
+    EpicFriend::GetInstance()->QueryFirendsInfoInThread(context.base_params, friends, range.current,
+                                                        total, context.is_in_game);
+  }
+  return true;
+}
+
 }  // namespace
+
+EpicFriend* EpicFriend::GetInstance() {
+  static auto* const instance = new EpicFriend;
+  return instance;
+}
 
 void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t count,
                               bool is_in_game) {
@@ -214,49 +246,9 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
   });
 }
 
-// False when another completion, or the shutdown, has still to end the query.
-bool EpicFriend::EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
-                          const QueryFriendsContext& context) {
-  const FriendRequest& request = *context.base_params;
-  const bool is_final = data.ResultCode != EOS_EResult::EOS_OperationWillRetry;
-  if (request.seq_id.empty()) {
-    ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "NULL seqID for queryfriends");
-    return is_final;
-  }
-  const std::string account = EpicAuth::EpicAccountIdToString(data.LocalUserId);
-  const std::string result = EpicAuth::EpicEResultToString(data.ResultCode);
-  ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo,
-              "queryfriends complete, result:%d user id:%s msg:%s",
-              static_cast<int>(data.ResultCode), account.c_str(), result.c_str());
-  if (!request.IsOfSignedInAccount()) {
-    CommitFailure(request, kResultNeedLogin, kInvalidAccount);
-    return true;
-  }
-  if (data.ResultCode != EOS_EResult::EOS_Success) {
-    OnQueryFrinedsFailed(request, kResultThirdError, kThirdError,
-                         static_cast<int32_t>(data.ResultCode), result);
-    return is_final;
-  }
-  if (EpicAuth::GetInstance()->platform() == nullptr) return false;
-  const EOS_Friends_GetFriendsCountOptions options{.ApiVersion = 1,
-                                                   .LocalUserId = data.LocalUserId};
-  const int32_t total = EOS_Friends_GetFriendsCount(epic_friends_handle, &options);
-  ZELK_LOG_AS(kQueryCompleteFunction, kLogInfo, "LocalUserId %s , friend counts:%d",
-              account.c_str(), total);
-  const IndexRange range = RangeOf(context.page, context.count, total);
-  const auto friends = ListFriends(data.LocalUserId, range);
-  if (friends->empty()) {
-    CommitCode<FriendResult>(request, kResultSuccess);
-  } else {
-    GetInstance()->QueryFirendsInfoInThread(context.base_params, friends, range.current, total,
-                                            context.is_in_game);
-  }
-  return true;
-}
+namespace {
 
 // --- the answer to a page ---
-
-namespace {
 
 // The friends of a page with their details, in the order in which the answers arrive, and what the
 // answer to the page is made of. The worker and the contexts of the page share it; touched under
@@ -281,8 +273,9 @@ struct DetailList {
   bool is_open = true;            // waits for its answer
 };
 
-// The pages that wait for their answer, the oldest first. Under the EOS lock.
-NoDestructor<std::list<std::shared_ptr<DetailList>>> open_pages;
+// The pages that wait for their answer, the oldest first, and those answered since the last tick.
+// Under the EOS lock.
+NoDestructor<std::list<std::shared_ptr<DetailList>>> pages;
 
 void CommitPage(DetailList& details) {
   FriendResult result(kResultSuccess);
@@ -303,35 +296,23 @@ void CommitPage(DetailList& details) {
 // The only place where a page, or its failure, is committed: by the completion after which it is
 // due, by the tick, and after the shutdown. When there is not even the memory for a failure, the
 // page stays open and the next tick tries again.
-void AnswerIfDue(const std::shared_ptr<DetailList>& details) noexcept {
+void AnswerIfDue(DetailList& details) noexcept {
   eos_lock.AssertHeld();
-  if (!details->is_open || !details->IsDue()) return;
+  if (!details.is_open || !details.IsDue()) return;
   const auto answer = [&details] {
-    if (!details->HasAccount()) {
-      CommitFailure(*details->request, kResultNeedLogin, kInvalidAccount);
-    } else if (details->failure != nullptr) {
-      CommitFailure(*details->request, kResultUnknownError, details->failure);
+    if (!details.HasAccount()) {
+      CommitFailure(*details.request, kResultNeedLogin, kInvalidAccount);
+    } else if (details.failure != nullptr) {
+      CommitFailure(*details.request, kResultUnknownError, details.failure);
     } else {
-      CommitPage(*details);
+      CommitPage(details);
     }
-    details->is_open = false;
+    details.is_open = false;
   };
   AtBoundary("zelk::EpicFriend::AnswerDuePages", answer, answer);
-  if (!details->is_open) open_pages.object.remove(details);
-}
-
-}  // namespace
-
-void EpicFriend::AnswerDuePages() noexcept {
-  for (auto next = open_pages.object.begin(); next != open_pages.object.end();) {
-    const std::shared_ptr<DetailList> details = *next++;  // an answer takes it out of the list
-    AnswerIfDue(details);
-  }
 }
 
 // --- the details ---
-
-namespace {
 
 // What the worker is given: in process-heap memory, its own.
 struct FriendsInfoThreadContext {
@@ -365,7 +346,7 @@ struct FriendUserInfoContext final : PendingContext {
         person(entry),
         is_in_game(worker.is_in_game) {}
 
-  void AnswerAfterShutdown() override { AnswerIfDue(friends_info); }
+  void AnswerAfterShutdown() override { AnswerIfDue(*friends_info); }
 
   std::shared_ptr<const FriendRequest> base_params;
   std::shared_ptr<DetailList> friends_info;
@@ -383,72 +364,6 @@ ThreadContext MakeThreadContext(FriendsInfoThreadContext context) {
   return ThreadContext(new (memory) FriendsInfoThreadContext(std::move(context)));
 }
 
-// A reference to this library, which keeps it mapped. Null when it cannot be had.
-HMODULE ReferenceToLibrary(DWORD flags = 0) {
-  HMODULE library = nullptr;
-  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags,
-                     reinterpret_cast<LPCSTR>(&epic_friends_handle), &library);
-  return library;
-}
-
-}  // namespace
-
-void EpicFriend::PinLibrary() { ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_PIN); }
-
-// False, and the context stays the caller's, when no thread can be had. Its reference to the
-// library is given back after the last of the library's code.
-bool EpicFriend::StartWorker(void* context) {
-  const HMODULE library = ReferenceToLibrary();
-  if (library == nullptr) return false;
-  static_cast<FriendsInfoThreadContext*>(context)->library = library;
-  const LPTHREAD_START_ROUTINE run = [](LPVOID parameter) -> DWORD {
-    const HMODULE reference = static_cast<FriendsInfoThreadContext*>(parameter)->library;
-    FreeLibraryAndExitThread(reference, QueryFriendsInfoThreadProc(parameter));
-  };
-  const HANDLE thread = CreateThread(nullptr, 0, run, context, 0, nullptr);
-  if (thread == nullptr) {
-    FreeLibrary(library);
-    return false;
-  }
-  // One above this thread, which ticks: a tick waits for a worker that runs, not for one that other
-  // threads keep from running. Above the highest there is none: then the same.
-  const int priority = GetThreadPriority(GetCurrentThread());
-  if (priority != THREAD_PRIORITY_ERROR_RETURN && !SetThreadPriority(thread, priority + 1)) {
-    SetThreadPriority(thread, priority);
-  }
-  CloseHandle(thread);
-  return true;
-}
-
-void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
-                                          const std::shared_ptr<const PersonList>& friends,
-                                          int32_t current, int32_t total, bool is_in_game) {
-  const auto details = std::make_shared<DetailList>(
-      DetailList{.request = params,
-                 .expected_count = static_cast<int64_t>(friends->size()),
-                 .current = current,
-                 .total = total,
-                 .is_in_game = is_in_game});
-  ThreadContext context = MakeThreadContext({.base_params = params,
-                                             .friends = friends,
-                                             .current = current,
-                                             .is_in_game = is_in_game,
-                                             .total = total,
-                                             .friends_info = details});
-  // From here on the page owes the answer, and nothing throws.
-  open_pages.object.push_back(details);
-  FriendsInfoThreadContext* const handed_over = context.release();
-  if (StartWorker(handed_over))
-    return ZELK_LOG(kLogInfo,
-                    "[%s] SteamFriend::QueryFriends, Create thread failed, will run in thread.",
-                    params->seq_id.c_str());
-  ZELK_LOG(kLogError, "[%s] SteamFriend::QueryFriends, Create thread failed, run in main thread.",
-           params->seq_id.c_str());
-  QueryFriendsInfoThreadProc(handed_over);
-}
-
-namespace {
-
 // A step of the worker: what is found at its beginning holds to its end. False, and nothing was
 // called, when the page is not in progress any more.
 template <class EosCalls>
@@ -462,8 +377,7 @@ bool InStep(const FriendsInfoThreadContext& worker, EosCalls call) {
 // One step for both EOS calls, between which a tick that waits may come. The line is written and
 // the context made before it: a logger may be slow. False when the page is not in progress.
 bool AskForFriend(const FriendsInfoThreadContext& worker, EOS_HUserInfo user_info,
-                  EOS_EpicAccountId local_user, const PersonInfo& entry,
-                  EOS_UserInfo_OnQueryUserInfoCallback complete) {
+                  EOS_EpicAccountId local_user, const PersonInfo& entry) {
   DetailList& details = *worker.friends_info;
   EpicAuth::LogAccountIdFromString(entry.openid.c_str());
   // Declared before the step, so that one that is not handed over is freed after it.
@@ -482,13 +396,12 @@ bool AskForFriend(const FriendsInfoThreadContext& worker, EOS_HUserInfo user_inf
       .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
   EOS_UserInfo_QueryUserInfo(user_info, &options,
                              InFlight::HandOver(EosCall::kQueryFriendUserInfo, std::move(context)),
-                             complete);
+                             &EpicFriend::QueryFriendUserInfoCompleteCallbackFn);
   return true;
 }
 
 // Asks EOS for the details of every friend of the page, as long as it is in progress.
-void AskForFriends(const FriendsInfoThreadContext& worker,
-                   EOS_UserInfo_OnQueryUserInfoCallback complete) {
+void AskForFriends(const FriendsInfoThreadContext& worker) {
   constexpr uint64_t kLeastCapacity = 32;
   DetailList& details = *worker.friends_info;
   PersonList empty(std::max(kLeastCapacity, worker.friends->size()));
@@ -504,25 +417,41 @@ void AskForFriends(const FriendsInfoThreadContext& worker,
   EOS_EpicAccountId local_user = nullptr;
   if (!InStep(worker, [&] { local_user = EOS_EpicAccountId_FromString(account_id); })) return;
   for (const PersonInfo& entry : *worker.friends) {
-    if (!AskForFriend(worker, user_info, local_user, entry, complete)) return;
+    if (!AskForFriend(worker, user_info, local_user, entry)) return;
   }
 }
 
-}  // namespace
-
-uint32_t EpicFriend::QueryFriendsInfoThreadProc(void* context) {
-  if (context == nullptr) return 0;
-  const ThreadContext worker(static_cast<FriendsInfoThreadContext*>(context));
-  const auto ask = [&worker] { AskForFriends(*worker, &QueryFriendUserInfoCompleteCallbackFn); };
-  // The worker commits nothing: the next tick does.
-  AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask, [&worker] {
-    const WorkerStep step;
-    worker->friends_info->failure = kUnknownError;
-  });
-  return 0;
+// A reference to this library, which keeps it mapped. Null when it cannot be had.
+HMODULE ReferenceToLibrary(DWORD flags = 0) {
+  HMODULE library = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags,
+                     reinterpret_cast<LPCSTR>(&epic_friends_handle), &library);
+  return library;
 }
 
-namespace {
+// False, and the context stays the caller's, when no thread can be had. Its reference to the
+// library is given back after the last of the library's code.
+bool StartWorker(FriendsInfoThreadContext& context) {
+  context.library = ReferenceToLibrary();
+  if (context.library == nullptr) return false;
+  const LPTHREAD_START_ROUTINE run = [](LPVOID parameter) -> DWORD {
+    const HMODULE library = static_cast<FriendsInfoThreadContext*>(parameter)->library;
+    FreeLibraryAndExitThread(library, EpicFriend::QueryFriendsInfoThreadProc(parameter));
+  };
+  const HANDLE thread = CreateThread(nullptr, 0, run, &context, 0, nullptr);
+  if (thread == nullptr) {
+    FreeLibrary(context.library);
+    return false;
+  }
+  // One above this thread, which ticks: a tick waits for a worker that runs, not for one that other
+  // threads keep from running. Above the highest there is none: then the same.
+  const int priority = GetThreadPriority(GetCurrentThread());
+  if (priority != THREAD_PRIORITY_ERROR_RETURN && !SetThreadPriority(thread, priority + 1)) {
+    SetThreadPriority(thread, priority);
+  }
+  CloseHandle(thread);
+  return true;
+}
 
 struct ReleaseUserInfo {
   void operator()(EOS_UserInfo* user_info) const { EOS_UserInfo_Release(user_info); }
@@ -547,6 +476,54 @@ void CopyDetails(FriendUserInfoContext& context) {
 
 }  // namespace
 
+void EpicFriend::AnswerDuePages() noexcept {
+  pages.object.remove_if([](const std::shared_ptr<DetailList>& details) {
+    AnswerIfDue(*details);
+    return !details->is_open;
+  });
+}
+
+void EpicFriend::PinLibrary() { ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_PIN); }
+
+void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
+                                          const std::shared_ptr<const PersonList>& friends,
+                                          int32_t current, int32_t total, bool is_in_game) {
+  const auto details = std::make_shared<DetailList>(
+      DetailList{.request = params,
+                 .expected_count = static_cast<int64_t>(friends->size()),
+                 .current = current,
+                 .total = total,
+                 .is_in_game = is_in_game});
+  ThreadContext context = MakeThreadContext({.base_params = params,
+                                             .friends = friends,
+                                             .current = current,
+                                             .is_in_game = is_in_game,
+                                             .total = total,
+                                             .friends_info = details});
+  // From here on the page owes the answer, and nothing throws.
+  pages.object.push_back(details);
+  FriendsInfoThreadContext* const handed_over = context.release();
+  if (StartWorker(*handed_over))
+    return ZELK_LOG(kLogInfo,
+                    "[%s] SteamFriend::QueryFriends, Create thread failed, will run in thread.",
+                    params->seq_id.c_str());
+  ZELK_LOG(kLogError, "[%s] SteamFriend::QueryFriends, Create thread failed, run in main thread.",
+           params->seq_id.c_str());
+  QueryFriendsInfoThreadProc(handed_over);
+}
+
+uint32_t EpicFriend::QueryFriendsInfoThreadProc(void* context) {
+  if (context == nullptr) return 0;
+  const ThreadContext worker(static_cast<FriendsInfoThreadContext*>(context));
+  const auto ask = [&worker] { AskForFriends(*worker); };
+  // The worker commits nothing: the next tick does.
+  AtBoundary("zelk::EpicFriend::QueryFriendsInfoThreadProc", ask, [&worker] {
+    const WorkerStep step;
+    worker->friends_info->failure = kUnknownError;
+  });
+  return 0;
+}
+
 void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
     const EOS_UserInfo_QueryUserInfoCallbackInfo* data) {
   std::unique_ptr<FriendUserInfoContext> context;
@@ -563,13 +540,13 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
       if (data->ResultCode == EOS_EResult::EOS_Success) CopyDetails(*context);
       details.friends.push_back(std::move(context->person));
     }
-    AnswerIfDue(context->friends_info);
+    AnswerIfDue(details);
   };
   // Without this friend its page will never be complete.
   AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&context] {
     if (context == nullptr) return;
     context->friends_info->failure = kUnknownError;
-    AnswerIfDue(context->friends_info);
+    AnswerIfDue(*context->friends_info);
   });
 }
 
