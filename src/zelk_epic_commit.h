@@ -17,16 +17,12 @@ constexpr unsigned int ObserverIdOf(const BaseResult&) { return 105; }
 constexpr unsigned int ObserverIdOf(const AuthPluginResult&) { return 106; }
 constexpr unsigned int ObserverIdOf(const FriendResult&) { return 202; }
 
-// The flag of the commit: true for all but a login's success.
-template <class Result>
-inline constexpr bool kCommitFlag = !std::is_same_v<Result, AuthPluginResult>;
-
 // Commits `result` as an answer to the request `params`.
 template <class Result>
 void Commit(const BaseParams& params, const Result& result) {
+  constexpr bool kFlag = !std::is_same_v<Result, AuthPluginResult>;  // a login's success has none
   const SdkString seq_id(params.seq_id);
-  InnerObserverHolder<Result>::CommitToTaskQueue(result, ObserverIdOf(result), seq_id,
-                                                 kCommitFlag<Result>);
+  InnerObserverHolder<Result>::CommitToTaskQueue(result, ObserverIdOf(result), seq_id, kFlag);
 }
 
 // Commits a result that says no more than `ret_code`.

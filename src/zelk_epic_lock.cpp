@@ -48,7 +48,13 @@ EosLock::EosLock() { const std::scoped_lock first_use(sleep_, only_worker_); }
 void EosLock::lock() {
   if (!IsHeldByThisThread()) {
     const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
-    if (!SpinUntil([=, this] { return turn_.load() == ticket; })) SleepUntilTurnOf(ticket);
+    const auto is_turn = [=, this] { return turn_.load() == ticket; };
+    if (!SpinUntil(is_turn)) {
+      std::unique_lock sleep(sleep_);
+      ++sleepers_;
+      turn_changed_.wait(sleep, is_turn);
+      --sleepers_;
+    }
     owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
   }
   ++depth_;
@@ -94,13 +100,6 @@ bool EosLock::IsHeldByThisThread() const {
 bool EosLock::IsWaitedFor() const {
   return keeps_workers_out_.load(std::memory_order_relaxed) ||
          next_ticket_.load(std::memory_order_relaxed) != turn_.load() + 1;
-}
-
-void EosLock::SleepUntilTurnOf(uint32_t ticket) {
-  std::unique_lock sleep(sleep_);
-  ++sleepers_;
-  turn_changed_.wait(sleep, [this, ticket] { return turn_.load() == ticket; });
-  --sleepers_;
 }
 
 // Without a thread of its own a worker's steps run inside a tick, which holds the lock already.

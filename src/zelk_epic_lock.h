@@ -37,8 +37,6 @@ class EosLock {
  private:
   friend class WorkerStep;
 
-  void SleepUntilTurnOf(uint32_t ticket);
-
   std::atomic<uint32_t> next_ticket_{0};
   std::atomic<uint32_t> turn_{0};      // the ticket that may enter
   std::atomic<uint32_t> sleepers_{0};  // threads that sleep until their turn

@@ -17,16 +17,16 @@ constinit uintptr_t last_id = 0;
 }  // namespace
 
 void* InFlight::HandOver(EosCall call, std::unique_ptr<PendingContext> context) noexcept {
-  if (context->id_ == 0) context->id_ = ++last_id;
-  context->call_ = call;
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): EOS takes a pointer, and never follows it
-  void* const client_data = reinterpret_cast<void*>(context->id_);
+  PendingContext* const handed_over = context.get();
+  handed_over->call_ = call;
   Return(std::move(context));
-  return client_data;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): EOS takes a pointer, and never follows it
+  return reinterpret_cast<void*>(handed_over->id_);
 }
 
 void InFlight::Return(std::unique_ptr<PendingContext> context) noexcept {
   eos_lock.AssertHeld();
+  if (context->id_ == 0) context->id_ = ++last_id;
   PendingContext*& bucket = buckets[context->id_ % buckets.size()];
   context->next_in_bucket_ = bucket;
   bucket = context.release();

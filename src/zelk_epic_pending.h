@@ -34,7 +34,7 @@ class PendingContext {
  private:
   friend class InFlight;
 
-  uintptr_t id_ = 0;                          // its client data; 0 until it is handed over
+  uintptr_t id_ = 0;                          // its client data; 0 until it was in flight
   EosCall call_ = EosCall::kNone;             // the last one that it was handed over for
   PendingContext* next_in_bucket_ = nullptr;  // while it is in flight
 };
@@ -59,8 +59,7 @@ class InFlight {
     return std::unique_ptr<Context>(static_cast<Context*>(context));
   }
 
-  // Returns the context of a completion to EOS: for the completion that comes again, or for the
-  // shutdown.
+  // Keeps a context for the completion that comes again, or for the shutdown.
   static void Return(std::unique_ptr<PendingContext> context) noexcept;
 
   // After the platform was released, when EOS completes nothing any more: lets every context

@@ -86,8 +86,6 @@ class LoginCredentials {
                      .Token = Read(parameters, mode.token_key, token_),
                      .Type = mode.type},
         options_{.ApiVersion = 2, .Credentials = &credentials_, .ScopeFlags = scope_flags} {}
-  LoginCredentials(const LoginCredentials&) = delete;
-  LoginCredentials& operator=(const LoginCredentials&) = delete;
 
   const EOS_Auth_LoginOptions& options() const { return options_; }
 

@@ -291,9 +291,8 @@ void EpicAuth::IssueFirstLogin(std::unique_ptr<LoginClientData> client_data) {
   // may complete the login within the call.
   client_data->base_params_->owes_answer = true;
   ++client_data->completions_owed_;
-  EOS_Auth_Login(epic_auth_handle_, &options,
-                 InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
-                 &LoginCompleteCallbackFn);
+  void* const handed_over = InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data));
+  EOS_Auth_Login(epic_auth_handle_, &options, handed_over, &LoginCompleteCallbackFn);
 }
 
 void EpicAuth::LoginEndWithInvalidArgument(const BaseParams& params,
@@ -362,9 +361,8 @@ void EpicAuth::IssueDefaultLogin(std::unique_ptr<LoginClientData> client_data) {
   // Theirs is the stack from here on: they outlive the call, and no more.
   const std::unique_ptr<LoginCredentials> credentials = std::move(client_data->login_options_);
   ++client_data->completions_owed_;
-  EOS_Auth_Login(epic_auth_handle_, &credentials->options(),
-                 InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data)),
-                 &LoginCompleteCallbackFn);
+  void* const handed_over = InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data));
+  EOS_Auth_Login(epic_auth_handle_, &credentials->options(), handed_over, &LoginCompleteCallbackFn);
 }
 
 // --- the Connect login ---
@@ -377,13 +375,10 @@ void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, std::unique_ptr<LoginR
   EOS_EResult result =
       EOS_Auth_CopyUserAuthToken(epic_auth_handle_, &copy_options, account_id, &copy);
   const std::unique_ptr<EOS_Auth_Token, LogAndRelease> token(copy);
-  if (result == EOS_Success && token == nullptr) {
-    result = EOS_UnexpectedError;
-  } else if (result == EOS_Success) {
-    StoreToken(*token, account_id);
-    // What EOS makes of a call without its interface.
-    if (epic_connect_handle_ == nullptr) result = EOS_InvalidParameters;
-  }
+  if (result == EOS_Success && token == nullptr) result = EOS_UnexpectedError;
+  if (result == EOS_Success) StoreToken(*token, account_id);
+  // What EOS makes of a call without its interface.
+  if (result == EOS_Success && epic_connect_handle_ == nullptr) result = EOS_InvalidParameters;
   if (result != EOS_Success)
     return EndWithThirdError(std::move(request), result, EpicEResultToString(result));
   const EOS_Connect_Credentials credentials{.ApiVersion = 1,
@@ -392,9 +387,8 @@ void EpicAuth::ConnectLogin(EOS_EpicAccountId account_id, std::unique_ptr<LoginR
   const EOS_Connect_LoginOptions options{.ApiVersion = 2, .Credentials = &credentials};
   // The token, to which the credentials point, is released after the call.
   ZELK_LOG(kLogInfo, "Call EOS_Connect_Login");
-  EOS_Connect_Login(epic_connect_handle_, &options,
-                    InFlight::HandOver(EosCall::kConnectLogin, std::move(request)),
-                    &ConnectLoginCompleteCb);
+  void* const handed_over = InFlight::HandOver(EosCall::kConnectLogin, std::move(request));
+  EOS_Connect_Login(epic_connect_handle_, &options, handed_over, &ConnectLoginCompleteCb);
 }
 
 void EpicAuth::StoreToken(const EOS_Auth_Token& token, EOS_EpicAccountId account_id) {
@@ -445,9 +439,8 @@ void EpicAuth::ConnectCreateUser(EOS_ContinuanceToken continuance_token,
   const EOS_Connect_CreateUserOptions options{.ApiVersion = 1,
                                               .ContinuanceToken = continuance_token};
   ZELK_LOG(kLogInfo, "Call EOS_Connect_CreateUser");
-  EOS_Connect_CreateUser(epic_connect_handle_, &options,
-                         InFlight::HandOver(EosCall::kConnectCreateUser, std::move(request)),
-                         &ConnectCreateUserCompleteCb);
+  void* const handed_over = InFlight::HandOver(EosCall::kConnectCreateUser, std::move(request));
+  EOS_Connect_CreateUser(epic_connect_handle_, &options, handed_over, &ConnectCreateUserCompleteCb);
 }
 
 void EOS_CALL
@@ -457,15 +450,14 @@ EpicAuth::ConnectCreateUserCompleteCb(const EOS_Connect_CreateUserCallbackInfo* 
     auto request = InFlight::Reclaim<LoginRequest>(EosCall::kConnectCreateUser, data->ClientData);
     if (request == nullptr)
       return ZELK_LOG(kLogError, "nullptr ClientData for ConnectCreateUserCompleteCb");
-    EpicAuth* const auth = GetInstance();
     if (data->ResultCode != EOS_Success)
-      return auth->EndWithThirdError(std::move(request), data->ResultCode,
-                                     EpicEResultToString(data->ResultCode));
+      return GetInstance()->EndWithThirdError(std::move(request), data->ResultCode,
+                                              EpicEResultToString(data->ResultCode));
     const std::string product_user = EpicProductIdToString(data->LocalUserId);
     const std::string result = EpicEResultToString(data->ResultCode);
     ZELK_LOG(kLogInfo, "Connect Create User complete, result:%d local_product_userid:%s msg:%s",
              CodeOf(*data), product_user.c_str(), result.c_str());
-    auth->OnEpicPlatfromLoginSuccess(product_user, std::move(request));
+    GetInstance()->OnEpicPlatfromLoginSuccess(product_user, std::move(request));
   });
 }
 
@@ -494,9 +486,8 @@ void EpicAuth::OnEpicPlatfromLoginSuccess(std::string local_product_userid,
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = account_id, .TargetUserId = account_id};
   ZELK_LOG(kLogInfo, "Call EOS_UserInfo_QueryUserInfoOptions");
-  EOS_UserInfo_QueryUserInfo(user_info, &options,
-                             InFlight::HandOver(EosCall::kQueryUserInfo, std::move(request)),
-                             &QueryUserInfoCompleteCallbackFn);
+  void* const handed_over = InFlight::HandOver(EosCall::kQueryUserInfo, std::move(request));
+  EOS_UserInfo_QueryUserInfo(user_info, &options, handed_over, &QueryUserInfoCompleteCallbackFn);
 }
 
 void EOS_CALL
@@ -627,8 +618,7 @@ void EOS_CALL EpicAuth::LogoutCompleteCallbackFn(const EOS_Auth_LogoutCallbackIn
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     if (data->ResultCode == EOS_Success) {
       const std::string account = EpicAccountIdToString(data->LocalUserId);
-      ZELK_LOG(kLogInfo, "[EOS SDK] Logout Success - User: %s", account.c_str());
-      return;
+      return ZELK_LOG(kLogInfo, "[EOS SDK] Logout Success - User: %s", account.c_str());
     }
     const std::string result = EpicEResultToString(data->ResultCode);
     const std::string account = EpicAccountIdToString(data->LocalUserId);

@@ -21,6 +21,8 @@
 
 namespace zelk {
 
+using enum EOS_EResult;
+
 // The one copy of a request, for all contexts of its query, and the account that asked.
 struct FriendRequest : BaseParams {
   // False after a logout, or a login of somebody else: what the player asked for before is not
@@ -147,7 +149,7 @@ std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
 bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
               const QueryFriendsContext& context) {
   const FriendRequest& request = *context.base_params;
-  const bool is_final = data.ResultCode != EOS_EResult::EOS_OperationWillRetry;
+  const bool is_final = data.ResultCode != EOS_OperationWillRetry;
   if (request.seq_id.empty()) {
     ZELK_LOG_AS(kQueryCompleteFunction, kLogError, "NULL seqID for queryfriends");
     return is_final;
@@ -161,7 +163,7 @@ bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
     CommitFailure(request, kResultNeedLogin, kInvalidAccount);
     return true;
   }
-  if (data.ResultCode != EOS_EResult::EOS_Success) {
+  if (data.ResultCode != EOS_Success) {
     EpicFriend::OnQueryFrinedsFailed(request, kResultThirdError, kThirdError,
                                      static_cast<int32_t>(data.ResultCode), result);
     return is_final;
@@ -214,8 +216,8 @@ void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t co
   const EOS_Friends_QueryFriendsOptions* options = context->options.get();
   ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s",
            auth.account_id().c_str());
-  EOS_Friends_QueryFriends(epic_friends_handle, options,
-                           InFlight::HandOver(EosCall::kQueryFriends, std::move(context)),
+  void* const handed_over = InFlight::HandOver(EosCall::kQueryFriends, std::move(context));
+  EOS_Friends_QueryFriends(epic_friends_handle, options, handed_over,
                            &QueryFriendsCompleteCallbackFn);
   ZELK_LOG(kLogInfo, "call EOS_Friends_QueryFriends with account id : %s, End",
            auth.account_id().c_str());
@@ -254,17 +256,18 @@ namespace {
 // answer to the page is made of. The worker and the contexts of the page share it; touched under
 // the EOS lock only.
 struct DetailList {
-  bool IsComplete() const { return static_cast<int64_t>(friends.size()) == expected_count; }
   // The platform is there, and the player who asked.
   bool HasAccount() const {
     return EpicAuth::GetInstance()->platform() != nullptr && request->IsOfSignedInAccount();
   }
-  bool IsDue() const { return failure != nullptr || IsComplete() || !HasAccount(); }
+  bool IsDue() const {
+    return failure != nullptr || friends.size() == expected_count || !HasAccount();
+  }
   // More may be asked and appended.
   bool IsInProgress() const { return is_open && HasAccount(); }
 
   std::shared_ptr<const FriendRequest> request;
-  int64_t expected_count;
+  uint64_t expected_count;
   int64_t current;
   int64_t total;
   bool is_in_game;
@@ -394,8 +397,8 @@ bool AskForFriend(const FriendsInfoThreadContext& worker, EOS_HUserInfo user_inf
   if (!details.IsInProgress()) return false;
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
-  EOS_UserInfo_QueryUserInfo(user_info, &options,
-                             InFlight::HandOver(EosCall::kQueryFriendUserInfo, std::move(context)),
+  void* const handed_over = InFlight::HandOver(EosCall::kQueryFriendUserInfo, std::move(context));
+  EOS_UserInfo_QueryUserInfo(user_info, &options, handed_over,
                              &EpicFriend::QueryFriendUserInfoCompleteCallbackFn);
   return true;
 }
@@ -468,7 +471,7 @@ void CopyDetails(FriendUserInfoContext& context) {
   EOS_UserInfo* copy = nullptr;
   const EOS_EResult result = EOS_UserInfo_CopyUserInfo(context.user_info_handle, &options, &copy);
   const std::unique_ptr<EOS_UserInfo, ReleaseUserInfo> owned(copy);
-  if (result != EOS_EResult::EOS_Success || copy == nullptr) return;
+  if (result != EOS_Success || copy == nullptr) return;
   context.person.user_name = copy->Nickname != nullptr ? copy->Nickname : copy->DisplayName;
   context.person.country = copy->Country;
   context.person.language = copy->PreferredLanguage;
@@ -488,12 +491,11 @@ void EpicFriend::PinLibrary() { ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_PIN
 void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
                                           const std::shared_ptr<const PersonList>& friends,
                                           int32_t current, int32_t total, bool is_in_game) {
-  const auto details = std::make_shared<DetailList>(
-      DetailList{.request = params,
-                 .expected_count = static_cast<int64_t>(friends->size()),
-                 .current = current,
-                 .total = total,
-                 .is_in_game = is_in_game});
+  const auto details = std::make_shared<DetailList>(DetailList{.request = params,
+                                                               .expected_count = friends->size(),
+                                                               .current = current,
+                                                               .total = total,
+                                                               .is_in_game = is_in_game});
   ThreadContext context = MakeThreadContext({.base_params = params,
                                              .friends = friends,
                                              .current = current,
@@ -529,7 +531,7 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
   std::unique_ptr<FriendUserInfoContext> context;
   const auto complete = [data, &context] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-    const bool will_retry = data->ResultCode == EOS_EResult::EOS_OperationWillRetry;
+    const bool will_retry = data->ResultCode == EOS_OperationWillRetry;
     context =
         InFlight::Reclaim<FriendUserInfoContext>(EosCall::kQueryFriendUserInfo, data->ClientData);
     if (context == nullptr) return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
@@ -537,7 +539,7 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
     if (will_retry || is_shutting_down) return InFlight::Return(std::move(context));
     DetailList& details = *context->friends_info;
     if (details.IsInProgress()) {
-      if (data->ResultCode == EOS_EResult::EOS_Success) CopyDetails(*context);
+      if (data->ResultCode == EOS_Success) CopyDetails(*context);
       details.friends.push_back(std::move(context->person));
     }
     AnswerIfDue(details);
