@@ -29,8 +29,8 @@ void* FindLoaded(const char* library, const char* name);
 // library with such a want cannot be loaded at all: the loader then says what it is.
 std::vector<std::string> MissingImports(const std::filesystem::path& file);
 
-// The version that the file with a symbol says it has, in its package note or version resource; empty
-// when it says none.
+// The version that the file with a symbol says it has, in its package note or version resource;
+// empty when it says none.
 std::string VersionOf(const void* symbol);
 
 // The file that a symbol was loaded from; empty when the system cannot tell.
