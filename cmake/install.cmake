@@ -48,7 +48,8 @@ endif()
 install(TARGETS zelk_epic_host RUNTIME DESTINATION bin)
 install(FILES host/config.example.json DESTINATION examples)
 install(DIRECTORY examples/game tests/play DESTINATION examples)
-install(FILES docs/integration.md DESTINATION docs)
+install(FILES docs/integration.md docs/worlds.md DESTINATION docs)
+install(FILES CHANGELOG.md DESTINATION .)
 
 # A README of its own, for whoever has nothing else.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/package/${CMAKE_SYSTEM_NAME}.md)

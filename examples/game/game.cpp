@@ -37,19 +37,20 @@ constexpr std::chrono::milliseconds kFrame{16};
 void* Export(const char* name) {
 #if defined(_WIN32)
   static const HMODULE plugin = LoadLibraryW(L"ZELKEpic.dll");
-  void* const symbol = plugin ? reinterpret_cast<void*>(GetProcAddress(plugin, name)) : nullptr;
-  const std::string problem = "Windows error " + std::to_string(GetLastError());
+  const FARPROC symbol = plugin ? GetProcAddress(plugin, name) : nullptr;
+  if (!symbol) throw std::runtime_error("ZELKEpic: error " + std::to_string(GetLastError()));
+  return reinterpret_cast<void*>(symbol);
 #else
   static void* const plugin = dlopen("libZELKEpic.so", RTLD_NOW);
   void* const symbol = plugin ? dlsym(plugin, name) : nullptr;
-  const char* const message = symbol ? "" : dlerror();
-  const std::string problem = message ? message : "the plugin was not loaded";
-#endif
-  if (!symbol) throw std::runtime_error(std::string(name) + ": " + problem);
+  if (!symbol) throw std::runtime_error(dlerror());
   return symbol;
+#endif
 }
 
 struct Plugin {
+  ~Plugin() { shutdown(); }  // before the process begins to end
+
 #define EXPORT(name) reinterpret_cast<decltype(&name)>(Export(#name))
   decltype(&zelk_epic_auth_login) login = EXPORT(zelk_epic_auth_login);
   decltype(&zelk_epic_auth_logout) logout = EXPORT(zelk_epic_auth_logout);
@@ -72,11 +73,12 @@ CommittedResult Answer(const Plugin& plugin, const zelk::BaseParams& request) {
   const auto take = [&](const CommittedResult& result) {
     if (result.seq_id == request.seq_id) answer.emplace(result);
   };
-  while (zelk::core_standin::DrainTaskQueue(take), !answer) {
+  for (;;) {
+    zelk::core_standin::DrainTaskQueue(take);
+    if (answer) return *answer;
     plugin.update();
     std::this_thread::sleep_for(kFrame);
   }
-  return *answer;
 }
 
 // The record that a request is answered by when it succeeds; says what became of it otherwise.
@@ -137,8 +139,6 @@ int main(int argc, char** argv) try {
   ListFriends(plugin, 1);
   ListFriends(plugin, 2);
   SignOut(plugin);
-  plugin.shutdown();
-  std::cout << "shut down\n";
 } catch (const std::exception& error) {
   std::cerr << error.what() << '\n';
   return 1;
