@@ -1,5 +1,4 @@
-// The plugin as the core has it: loaded by its path, its entry points found by their names. Whoever
-// loads it keeps it until the process ends: the plugin's worker threads may outlive any request.
+// The plugin as the core has it: loaded by its path, its entry points found by their names.
 #pragma once
 
 #include <array>

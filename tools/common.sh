@@ -46,6 +46,7 @@ on_terminal=
 visibly() {
   local painter= status=0
   if [ "$on_terminal" ]; then
+    rm -f "$1"
     show_last_line "$1" &
     painter=$!
   fi
