@@ -1,6 +1,7 @@
 // EpicFriend: the signed-in player's friends, page by page. The entry point calls it on the core's
 // thread, EOS calls its callbacks inside a tick; a worker thread per page asks for the friends'
-// details. All of it runs under the EOS lock, the worker one EOS call at a time.
+// details. All of it runs under the EOS lock, the worker one EOS call at a time, except GetInstance
+// and PinLibrary, which any thread may call.
 #pragma once
 
 #include <cstdint>

@@ -106,7 +106,7 @@ bool EosLock::IsWaitedFor() const {
 WorkerStep::WorkerStep() {
   if (!eos_lock.IsHeldByThisThread()) {
     only_worker_ = std::unique_lock(eos_lock.only_worker_);
-    while (eos_lock.keeps_workers_out_.load()) std::this_thread::yield();
+    while (eos_lock.keeps_workers_out_.load()) std::this_thread::sleep_for(kSleepTime);
   }
   eos_ = std::unique_lock(eos_lock);
 }
