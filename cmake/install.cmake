@@ -2,6 +2,9 @@
 # wherever it lies and which find_package(ZELKEpic) finds. All that runs is in its bin/, as in the build
 # tree.
 include(CMakePackageConfigHelpers)
+if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)  # a system's folders are no place for it
+  set(CMAKE_INSTALL_PREFIX ${PROJECT_BINARY_DIR}/installed CACHE PATH "Where it is installed to" FORCE)
+endif()
 
 set(zelk_shipped zelk_contract zelk_epic)
 foreach(standin zelk_core zelk_foundation zelk_eos zelk_windows)
@@ -25,7 +28,8 @@ if(NOT MSVC)
     execute_process(COMMAND_ERROR_IS_FATAL ANY
       COMMAND \"\${objcopy}\" --only-keep-debug \"$<TARGET_FILE:zelk_epic>\" \"\${plugin}.debug\")
     execute_process(COMMAND_ERROR_IS_FATAL ANY
-      COMMAND \"\${objcopy}\" \"--add-gnu-debuglink=\${plugin}.debug\" \"\${plugin}\")")
+      COMMAND \"\${objcopy}\" \"--add-gnu-debuglink=\${plugin}.debug\" \"\${plugin}\")
+    list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${plugin}.debug\")")
 endif()
 
 set(zelk_config lib/cmake/${PROJECT_NAME})

@@ -169,8 +169,8 @@ void FindText(const char* note, const char* end, PackageNote& found) {
 
 int FindNote(dl_phdr_info* library, std::size_t, void* note) {
   auto& found = *static_cast<PackageNote*>(note);
-  const auto* const base = reinterpret_cast<const char*>(library->dlpi_addr);
-  if (base != found.library) return 0;
+  const auto* const base = static_cast<const char*>(found.library);
+  if (library->dlpi_addr != reinterpret_cast<ElfW(Addr)>(base)) return 0;
   for (const auto& segment : std::span(library->dlpi_phdr, library->dlpi_phnum)) {
     const char* const begin = base + segment.p_vaddr;
     if (segment.p_type == PT_NOTE) FindText(begin, begin + segment.p_memsz, found);
