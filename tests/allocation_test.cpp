@@ -9,6 +9,8 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <link.h>
+
+#include "windows.h"
 #endif
 #include <malloc.h>
 
@@ -18,7 +20,9 @@
 #include <iostream>
 #include <new>
 #include <string_view>
+#include <thread>
 
+#include "core_contract/json.h"
 #include "plugin_test.h"
 #include "zelk_core_standin.h"
 #include "zelk_foundation_standin.h"
@@ -386,6 +390,58 @@ TEST_F(PluginMemory, HoldsNoSecretOnceItIsFreed) {
     }
   }
 }
+
+#if !defined(_WIN32)
+// Of the stand-ins: calls that throw nothing but for want of memory, or nothing at all.
+struct StandInRow {
+  const char* symbol;  // a symbol of the library
+  bool may_throw;
+  void (*use)();
+};
+
+void UseJson() {
+  const zelk::JSONReaderParse reader(R"({"a":{"b":[1,{"c":"more than sixteen bytes"}],"b":{}}})");
+  std::string text;
+  reader["a"]["b"].Convert(text, false);
+  zelk::JSONWriter writer;
+  writer.StartJsonConvert();
+  writer.Convert("a name of more than sixteen bytes", "text", zelk::kJsonText).EndJsonConvert();
+}
+
+TEST(StandInMemory, IsNeverNeededToGiveSomethingBackNorMissedByAnException) {
+  const StandInRow rows[] = {
+      {"_ZN4zelk3Log11GetInstanceEv", true, &UseJson},
+      {"HeapAlloc", false,
+       [] { HeapFree(GetProcessHeap(), 0, HeapAlloc(GetProcessHeap(), 0, 1)); }},
+      {"CreateThread", false,
+       [] {
+         const auto start = [](LPVOID) -> DWORD { return 0; };
+         const HANDLE thread = CreateThread(nullptr, 0, start, nullptr, 0, nullptr);
+         if (thread != nullptr) CloseHandle(thread);
+         while (system_calls::ThreadsRunning() > 0) std::this_thread::yield();
+       }},
+  };
+  shortage.lasting = true;
+  for (const auto& [symbol, may_throw, use] : rows) {
+    const Image image(dlsym(RTLD_DEFAULT, symbol));
+    target = &image;
+    int64_t number = 0;
+    do {
+      shortage.seen = 0;
+      shortage.first = ++number;
+      bool thrown = false;
+      try {
+        use();
+      } catch (const std::bad_alloc&) {
+        thrown = true;
+      }
+      EXPECT_TRUE(may_throw || !thrown) << symbol;
+    } while (shortage.Struck());
+    shortage.first = 0;
+    EXPECT_GT(number, 1) << symbol << " takes memory";
+  }
+}
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Shortages, OutOfMemory,
                          testing::Values(ShortageRow{"Once", false}, ShortageRow{"Lasting", true}),

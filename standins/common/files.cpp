@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <fstream>
 
 #include "common/paths.h"
@@ -12,13 +14,14 @@
 #if !defined(NOMINMAX)
 #define NOMINMAX
 #endif
+#include <fcntl.h>
+#include <io.h>
+#include <process.h>
+#include <sys/stat.h>
 #include <windows.h>
 #else
 #include <fcntl.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
 #endif
 
 namespace zelk::common {
@@ -28,80 +31,71 @@ using std::filesystem::path;
 
 path DirectoryOf(const path& file) { return file.has_parent_path() ? file.parent_path() : "."; }
 
+std::error_code LastError() { return {errno, std::generic_category()}; }
+
 #if defined(_WIN32)
 
-std::string ProcessId() { return std::to_string(GetCurrentProcessId()); }
-
-std::error_code LastError() { return {static_cast<int>(GetLastError()), std::system_category()}; }
-
-std::error_code WriteAll(HANDLE file, std::string_view contents) {
-  constexpr std::size_t kLargestWrite = 1 << 20;
-  while (!contents.empty()) {
-    const auto size = static_cast<DWORD>(contents.substr(0, kLargestWrite).size());
-    DWORD written = 0;
-    if (!WriteFile(file, contents.data(), size, &written, nullptr)) return LastError();
-    contents.remove_prefix(written);
-  }
-  return FlushFileBuffers(file) ? std::error_code() : LastError();
+int ProcessId() { return _getpid(); }
+int OpenNew(const path& file) {
+  constexpr int kFlags = _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT;
+  return _wopen(file.c_str(), kFlags, _S_IREAD | _S_IWRITE);
 }
-
-std::error_code WriteNewFile(const path& file, std::string_view contents) {
-  const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return LastError();
-  const std::error_code error = WriteAll(handle, contents);
-  CloseHandle(handle);
-  return error;
-}
+int Write(int file, const char* data, unsigned int size) { return _write(file, data, size); }
+int Flush(int file) { return _commit(file); }
+int Close(int file) { return _close(file); }
 
 std::error_code MoveIntoPlace(const path& from, const path& to) {
   constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-  return MoveFileExW(from.c_str(), to.c_str(), kFlags) ? std::error_code() : LastError();
+  if (MoveFileExW(from.c_str(), to.c_str(), kFlags)) return {};
+  return {static_cast<int>(GetLastError()), std::system_category()};
 }
 
 #else
 
-std::string ProcessId() { return std::to_string(getpid()); }
+int ProcessId() { return getpid(); }
+int OpenNew(const path& file) {
+  return open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+}
+ssize_t Write(int file, const char* data, unsigned int size) { return write(file, data, size); }
+int Flush(int file) { return fsync(file); }
+int Close(int file) { return close(file); }
 
-std::error_code LastError() { return {errno, std::generic_category()}; }
+// A rename outlives a power failure once its directory is flushed.
+std::error_code MoveIntoPlace(const path& from, const path& to) {
+  if (std::rename(from.c_str(), to.c_str()) != 0) return LastError();
+  const int directory = open(DirectoryOf(to).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (directory < 0) return LastError();
+  // Some file systems cannot flush a directory and need not.
+  const bool flushed = fsync(directory) == 0 || errno == EINVAL;
+  const std::error_code error = flushed ? std::error_code() : LastError();
+  close(directory);
+  return error;
+}
+
+#endif
 
 std::error_code WriteAll(int file, std::string_view contents) {
+  constexpr std::size_t kLargestWrite = 1 << 20;
   while (!contents.empty()) {
-    const ssize_t written = write(file, contents.data(), contents.size());
+    const auto size = static_cast<unsigned int>(std::min(contents.size(), kLargestWrite));
+    const auto written = Write(file, contents.data(), size);
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) return LastError();
     contents.remove_prefix(static_cast<std::size_t>(written));
   }
-  return fsync(file) == 0 ? std::error_code() : LastError();
+  return Flush(file) == 0 ? std::error_code() : LastError();
 }
 
 std::error_code WriteNewFile(const path& file, std::string_view contents) {
   // What is there was left by a killed process that had this id, or was planted.
-  unlink(file.c_str());
-  const int handle = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  std::error_code ignored;
+  std::filesystem::remove(file, ignored);
+  const int handle = OpenNew(file);
   if (handle < 0) return LastError();
   std::error_code error = WriteAll(handle, contents);
-  if (close(handle) != 0 && !error) error = LastError();
+  if (Close(handle) != 0 && !error) error = LastError();
   return error;
 }
-
-// A rename outlives a power failure once its directory is flushed.
-std::error_code FlushDirectory(const path& directory) {
-  const int handle = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (handle < 0) return LastError();
-  // Some file systems cannot flush a directory and need not.
-  const bool flushed = fsync(handle) == 0 || errno == EINVAL;
-  const std::error_code error = flushed ? std::error_code() : LastError();
-  close(handle);
-  return error;
-}
-
-std::error_code MoveIntoPlace(const path& from, const path& to) {
-  if (std::rename(from.c_str(), to.c_str()) != 0) return LastError();
-  return FlushDirectory(DirectoryOf(to));
-}
-
-#endif
 
 std::error_code MakeDirectory(const path& directory) {
   std::error_code error;
@@ -158,7 +152,7 @@ std::error_code WriteAtomically(const path& file, std::string_view contents) {
   std::error_code error = MakeDirectory(DirectoryOf(file));
   if (error) return error;
   path temporary = TemporaryPrefix(file);
-  temporary += ProcessId();
+  temporary += std::to_string(ProcessId());
   error = WriteNewFile(temporary, contents);
   if (!error) error = MoveIntoPlace(temporary, file);
   if (error) {

@@ -1,5 +1,5 @@
-// spdlog and fmt, compiled once: Debian's packages bring them as headers, or as shared libraries that
-// a package would have to bring along.
+// spdlog and fmt, compiled once: Debian's packages bring them as headers, or as shared libraries
+// that a package would have to bring along.
 #include <fmt/format-inl.h>
 #include <spdlog/common-inl.h>
 #include <spdlog/details/log_msg-inl.h>

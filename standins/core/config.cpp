@@ -7,6 +7,7 @@
 
 #include "common/files.h"
 #include "common/json.h"
+#include "common/never_destroyed.h"
 #include "common/null_text.h"
 #include "common/paths.h"
 #include "zelk_core_standin.h"
@@ -22,12 +23,6 @@ struct Configuration {
   std::mutex mutex;
   Sections sections;
 };
-
-// Never destroyed: threads may read it until the process ends.
-Configuration& TheConfiguration() {
-  static Configuration& configuration = *new Configuration;
-  return configuration;
-}
 
 using common::JsonError;
 using common::JsonKind;
@@ -68,7 +63,7 @@ std::string Problem(const std::filesystem::path& file, int line, const std::stri
 }  // namespace
 
 SdkString Config::GetString(const char* key, const char* default_value, const char* section) {
-  Configuration& configuration = TheConfiguration();
+  Configuration& configuration = common::NeverDestroyed<Configuration>();
   const std::scoped_lock lock(configuration.mutex);
   const auto values = configuration.sections.find(OrEmpty(section));
   if (values == configuration.sections.end()) return default_value;
@@ -80,8 +75,8 @@ std::string core_standin::LoadConfig(const std::filesystem::path& file) try {
   const std::optional<std::string> text = common::ReadFile(file);
   if (!text) return Problem(file, 1, "cannot be read");
   Sections sections = ReadSections(JsonValue(*text));
-  const std::scoped_lock lock(TheConfiguration().mutex);
-  TheConfiguration().sections = std::move(sections);
+  const std::scoped_lock lock(common::NeverDestroyed<Configuration>().mutex);
+  common::NeverDestroyed<Configuration>().sections = std::move(sections);
   return "";
 } catch (const JsonError& error) {
   return Problem(file, error.line, error.what());
@@ -89,8 +84,8 @@ std::string core_standin::LoadConfig(const std::filesystem::path& file) try {
 
 void core_standin::SetConfig(const std::string& section, const std::string& key,
                              const std::string& value) {
-  const std::scoped_lock lock(TheConfiguration().mutex);
-  TheConfiguration().sections[section][key] = value;
+  const std::scoped_lock lock(common::NeverDestroyed<Configuration>().mutex);
+  common::NeverDestroyed<Configuration>().sections[section][key] = value;
 }
 
 }  // namespace zelk

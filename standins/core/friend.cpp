@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "common/never_destroyed.h"
 #include "zelk_core_standin.h"
 
 namespace zelk {
@@ -12,11 +13,7 @@ struct Outbox {
   std::vector<core_standin::SentMessage> messages;
 };
 
-// Never destroyed: threads may send until the process ends.
-Outbox& TheOutbox() {
-  static Outbox& outbox = *new Outbox;
-  return outbox;
-}
+Outbox& TheOutbox() { return common::NeverDestroyed<Outbox>(); }
 
 }  // namespace
 

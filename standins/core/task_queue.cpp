@@ -4,6 +4,7 @@
 #include <mutex>
 #include <utility>
 
+#include "common/never_destroyed.h"
 #include "zelk_core_standin.h"
 
 namespace zelk {
@@ -11,30 +12,14 @@ namespace {
 
 using core_standin::CommittedResult;
 
-class TaskQueue {
- public:
-  using Results = std::vector<std::unique_ptr<const CommittedResult>>;
+using Results = std::vector<std::unique_ptr<const CommittedResult>>;
 
-  void Push(std::unique_ptr<const CommittedResult> result) {
-    const std::scoped_lock lock(mutex_);
-    results_.push_back(std::move(result));
-  }
-
-  Results TakeAll() {
-    const std::scoped_lock lock(mutex_);
-    return std::exchange(results_, {});
-  }
-
- private:
-  std::mutex mutex_;
-  Results results_;
+struct TaskQueue {
+  std::mutex mutex;
+  Results results;
 };
 
-// Never destroyed: threads may commit until the process ends.
-TaskQueue& Queue() {
-  static TaskQueue& queue = *new TaskQueue;
-  return queue;
-}
+TaskQueue& Queue() { return common::NeverDestroyed<TaskQueue>(); }
 
 }  // namespace
 
@@ -42,8 +27,10 @@ template <class T>
 void InnerObserverHolder<T>::CommitToTaskQueue(const T& result, unsigned int observer_id,
                                                const SdkString& seq_id, bool flag) {
   // Built where it stays: a record is copied once.
-  Queue().Push(std::unique_ptr<const CommittedResult>(
-      new CommittedResult{result, observer_id, seq_id.c_str(), flag}));
+  std::unique_ptr<const CommittedResult> committed(
+      new CommittedResult{result, observer_id, seq_id.c_str(), flag});
+  const std::scoped_lock lock(Queue().mutex);
+  Queue().results.push_back(std::move(committed));
 }
 
 // Said once more for ELF, where an instantiation is as hidden as the types it is made for.
@@ -54,7 +41,9 @@ template class ZELK_CORE_API InnerObserverHolder<FriendResult>;
 
 std::size_t core_standin::DrainTaskQueue(
     const std::function<void(const CommittedResult&)>& observer) {
-  const TaskQueue::Results results = Queue().TakeAll();
+  std::unique_lock lock(Queue().mutex);
+  const Results results = std::exchange(Queue().results, {});
+  lock.unlock();
   for (const auto& result : results) observer(*result);
   return results.size();
 }

@@ -1,15 +1,11 @@
-#include "auth.h"
-
 #include <algorithm>
 #include <array>
-#include <chrono>
-#include <cstdio>
+#include <ctime>
 
 #include "common/null_text.h"
-#include "lent_objects.h"
 #include "library.h"
 #include "log.h"
-#include "persistent_auth.h"
+#include "services.h"
 
 namespace eos_standin {
 namespace {
@@ -55,7 +51,7 @@ const CredentialRow* RowOf(EOS_ELoginCredentialType type) {
 }
 
 EOS_EResult CheckCredentials(const EOS_Auth_Credentials& credentials) {
-  if (CheckVersion(credentials.ApiVersion, EOS_AUTH_CREDENTIALS_API_LATEST) != EOS_Success) {
+  if (!IsKnownVersion(credentials.ApiVersion, EOS_AUTH_CREDENTIALS_API_LATEST)) {
     return EOS_VersionMismatch;
   }
   const CredentialRow* row = RowOf(credentials.Type);
@@ -97,38 +93,26 @@ const Session& SignIn(Platform& platform, const Account& account, EOS_EAuthScope
   return *session;
 }
 
-// --- tokens ---
-
-using LentToken = Lent<EOS_Auth_Token, 6>;
-
-LentObjects<LentToken>& Tokens() {
-  static constexpr LendingRules kRules{.released_twice = MisuseRule::kTokenReleasedTwice,
-                                       .after_platform = MisuseRule::kTokenAfterPlatform,
-                                       .leaked = MisuseRule::kTokenLeaked};
-  static auto& tokens = *new LentObjects<LentToken>(kRules, outstanding_counts.auth_tokens);
-  return tokens;
-}
-
-// "2031-05-09T18:04:11.000Z"; as far away as the calendar goes.
+// "2031-05-09T18:04:11.000Z"; no farther away than every system's calendar goes.
 std::string TimeIn(double seconds) {
-  using namespace std::chrono;
-  constexpr double kFarthest = 1e11;
-  const auto now = floor<std::chrono::seconds>(system_clock::now());
-  const auto time =
-      now + std::chrono::seconds(static_cast<int64_t>(std::clamp(seconds, -kFarthest, kFarthest)));
-  const auto day = floor<days>(time);
-  const year_month_day date(day);
-  const hh_mm_ss clock(time - day);
-  std::array<char, 64> text;
-  std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.000Z",
-                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
-                static_cast<int>(clock.minutes().count()),
-                static_cast<int>(clock.seconds().count()));
+  constexpr double kLast = 3e10;
+  const double now = static_cast<double>(std::time(nullptr));
+  const auto time = static_cast<std::time_t>(std::clamp(now + seconds, 0.0, kLast));
+  std::array<char, 32> text;
+  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S.000Z", std::gmtime(&time));
   return text.data();
 }
 
 }  // namespace
+
+LentObjects<LentToken>& Tokens() {
+  static auto& tokens =
+      *new LentObjects<LentToken>({.released_twice = MisuseRule::kTokenReleasedTwice,
+                                   .after_platform = MisuseRule::kTokenAfterPlatform,
+                                   .leaked = MisuseRule::kTokenLeaked},
+                                  outstanding_counts.auth_tokens);
+  return tokens;
+}
 
 EOS_EResult Login::Begin(const Options& options) {
   if (options.Credentials == nullptr) return EOS_InvalidParameters;
@@ -191,23 +175,15 @@ void Login::BeforeCompletion(const Platform& /*platform*/, const Scripted& scrip
 }
 
 void Login::ShowPin(bool null_texts) {
+  const std::string code = "QX7TK2WB", address = "https://www.epicgames.com/activate";
   pin_shown_ = true;
-  user_code_ = "QX7TK2WB";
-  address_ = "https://www.epicgames.com/activate";
-  complete_address_ = address_ + "?userCode=" + user_code_;
   pin_ = {};
   pin_.ApiVersion = EOS_AUTH_PINGRANTINFO_API_LATEST;
   pin_.ExpiresIn = 600;
   if (null_texts) return;
-  pin_.UserCode = user_code_.c_str();
-  pin_.VerificationURI = address_.c_str();
-  pin_.VerificationURIComplete = complete_address_.c_str();
-}
-
-void Login::AfterCompletion() {
-  for (std::string* text : {&user_code_, &address_, &complete_address_}) {
-    std::fill(text->begin(), text->end(), '#');
-  }
+  pin_.UserCode = pin_.Keep(code);
+  pin_.VerificationURI = pin_.Keep(address);
+  pin_.VerificationURIComplete = pin_.Keep(address + "?userCode=" + code);
 }
 
 EOS_EResult Logout::Work(Platform& platform, const Info& info) {
@@ -238,14 +214,6 @@ EOS_Auth_Token* LendToken(const Platform* platform, const Session& session, bool
   token->RefreshExpiresIn = TheWorld().refresh_token_seconds();
   token->RefreshExpiresAt = keep(TimeIn(token->RefreshExpiresIn));
   return Tokens().Lend(platform, std::move(token));
-}
-
-void ReclaimToken(Function function, const EOS_Auth_Token* token) {
-  Tokens().Reclaim(function, token);
-}
-
-void ReportLeakedTokens(Function function, const Platform* platform) {
-  Tokens().ReportLeaks(function, platform);
 }
 
 }  // namespace eos_standin

@@ -18,12 +18,19 @@ class CallScope {
   requires std::is_class_v<Options> CallScope(Function function, const Options* options)
       : CallScope(function, [options] { return Describe(options); }) {}
 
+  // Of a call without options its one argument is recorded.
+  template <class Value>
+  CallScope(Function function, const char* name, const Value& value)
+      : CallScope(function, [&] {
+          return Json{{name, Describe(value)}};
+        }) {}
+
   // `describe` gives what is recorded.
   template <class DescribeCall>
   requires std::is_invocable_v<DescribeCall> CallScope(Function function,
                                                        const DescribeCall& describe)
       : function_(function), outermost_(Enter(function)) {
-    if (Recording()) Record(function, describe());
+    if (switches.recording.load(kRelaxed)) Record(function, describe());
     RunHook(function);
   }
 
@@ -70,8 +77,18 @@ class CallScope {
  private:
   // True when this call is not made inside another one of the same thread, nor beside another
   // thread's.
-  static bool Enter(Function function);
-  static void Leave();
+  static bool Enter(Function function) {
+    static thread_local char this_thread = 0;
+    const void* inside = nullptr;
+    if (thread_inside_.compare_exchange_strong(inside, &this_thread, kRelaxed)) return true;
+    if (inside != &this_thread) ReportMisuse(MisuseRule::kOverlappingCall, function);
+    return false;
+  }
+  static void Leave() { thread_inside_.store(nullptr, kRelaxed); }
+
+  // The thread inside the library, as the address of something of its own. Relaxed, so that it
+  // orders nothing between the threads: a race of the callers stays visible to a thread sanitizer.
+  static inline std::atomic<const void*> thread_inside_{nullptr};
 
   Function function_;
   bool outermost_;

@@ -1,13 +1,15 @@
 #include "identifiers.h"
 
-#include <algorithm>
+#include <charconv>
 #include <map>
 #include <unordered_map>
+
+#include "common/never_destroyed.h"
 
 namespace eos_standin {
 namespace {
 
-// Never destroyed: handles outlive every other static object of the process.
+// Handles outlive every other static object of the process.
 struct Handles {
   std::unordered_map<Key, EOS_EpicAccountIdDetails, KeyHash> accounts;
   std::map<std::string, EOS_EpicAccountIdDetails, std::less<>> invalid_accounts;
@@ -15,30 +17,19 @@ struct Handles {
   std::unordered_map<Key, EOS_ContinuanceTokenDetails, KeyHash> continuance_tokens;
 };
 
-Handles& AllHandles() {
-  static Handles& handles = *new Handles;
-  return handles;
-}
-
-int DigitValue(char digit) {
-  if (digit >= '0' && digit <= '9') return digit - '0';
-  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-  return -1;
-}
+Handles& AllHandles() { return zelk::common::NeverDestroyed<Handles>(); }
 
 }  // namespace
 
 std::optional<Key> ParseKey(std::string_view text) {
-  if (text.size() != EOS_EPICACCOUNTID_MAX_LENGTH) return std::nullopt;
-  uint64_t halves[2] = {0, 0};
-  for (size_t i = 0; i < text.size(); ++i) {
-    const int value = DigitValue(text[i]);
-    if (value < 0) return std::nullopt;
-    uint64_t& half = halves[i / 16];
-    half = half << 4 | static_cast<uint64_t>(value);
-  }
-  return Key{halves[0], halves[1]};
+  const auto reads = [text](size_t at, uint64_t& half) {
+    const char* const begin = text.data() + at;
+    return std::from_chars(begin, begin + 16, half, 16).ptr == begin + 16;
+  };
+  Key key;
+  const bool is_long_enough = text.size() == EOS_EPICACCOUNTID_MAX_LENGTH;
+  if (is_long_enough && reads(0, key.high) && reads(16, key.low)) return key;
+  return std::nullopt;
 }
 
 std::string KeyText(Key key) {

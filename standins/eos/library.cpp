@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "common/files.h"
+#include "common/never_destroyed.h"
 #include "common/paths.h"
 #include "eos_standin.h"
 
@@ -17,7 +18,6 @@ namespace {
 enum class Phase { kNew, kInitialized, kShutDown };
 std::atomic<Phase> phase{Phase::kNew};
 
-// Never destroyed: a call may come from another static destructor.
 struct Library {
   std::optional<World> world;
   std::vector<std::unique_ptr<Platform>> platforms;
@@ -26,10 +26,7 @@ struct Library {
   std::optional<World> next_world;
 };
 
-Library& TheLibrary() {
-  static Library& library = *new Library;
-  return library;
-}
+Library& TheLibrary() { return zelk::common::NeverDestroyed<Library>(); }
 
 World WorldFromFile(const std::filesystem::path& path) {
   const std::string name = zelk::common::Utf8FromPath(path);

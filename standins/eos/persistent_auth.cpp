@@ -1,10 +1,9 @@
-#include "persistent_auth.h"
-
 #include "common/files.h"
 #include "common/json.h"
 #include "common/paths.h"
 #include "library.h"
 #include "log.h"
+#include "services.h"
 
 namespace eos_standin {
 namespace {

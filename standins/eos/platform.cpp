@@ -25,7 +25,7 @@ void EOS_PlatformHandle::Tick() {
   ReportExpiration();
   if (released) return;
   std::ranges::move(PopDue(), std::back_inserter(due_now_));
-  const int64_t limit = CompletionsPerTick();
+  const int64_t limit = switches.completions_per_tick.load(kRelaxed);
   for (int64_t run = 0; !due_now_.empty() && (limit == 0 || run < limit); ++run) {
     auto operation = std::move(due_now_.front());
     due_now_.pop_front();
@@ -41,9 +41,10 @@ EOS_PlatformHandle::Operations EOS_PlatformHandle::PopDue() {
     std::move(next->second.begin(), next->second.end(), std::back_inserter(due));
   }
   if (due.size() < 2) return due;
-  if (OrderOfCompletions() == CompletionOrder::kReversed) std::reverse(due.begin(), due.end());
-  if (OrderOfCompletions() == CompletionOrder::kShuffled) {
-    std::mt19937_64 random(ShuffleSeed() + static_cast<uint64_t>(tick_));
+  const CompletionOrder order = switches.completion_order.load(kRelaxed);
+  if (order == CompletionOrder::kReversed) std::reverse(due.begin(), due.end());
+  if (order == CompletionOrder::kShuffled) {
+    std::mt19937_64 random(switches.shuffle_seed.load(kRelaxed) + static_cast<uint64_t>(tick_));
     std::shuffle(due.begin(), due.end(), random);
   }
   return due;
@@ -66,7 +67,7 @@ void EOS_PlatformHandle::Release() {
     std::move(operations.begin(), operations.end(), std::back_inserter(outstanding));
   }
   queue_.clear();
-  if (CompletesOnRelease()) {
+  if (switches.complete_on_release.load(kRelaxed)) {
     for (const auto& operation : outstanding) operation->Cancel();
   }
   // With what the completions just started.

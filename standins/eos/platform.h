@@ -18,18 +18,13 @@
 #include "world.h"
 
 // Interfaces have no state of their own, only an address inside their platform.
-struct EOS_AuthHandle {
+struct InterfaceAddress {
   char address;
 };
-struct EOS_ConnectHandle {
-  char address;
-};
-struct EOS_FriendsHandle {
-  char address;
-};
-struct EOS_UserInfoHandle {
-  char address;
-};
+struct EOS_AuthHandle : InterfaceAddress {};
+struct EOS_ConnectHandle : InterfaceAddress {};
+struct EOS_FriendsHandle : InterfaceAddress {};
+struct EOS_UserInfoHandle : InterfaceAddress {};
 
 namespace eos_standin {
 
@@ -94,7 +89,3 @@ struct EOS_PlatformHandle {
   // What the tick that is under way has still to run, or leaves to the next.
   Operations due_now_;
 };
-
-namespace eos_standin {
-using Platform = EOS_PlatformHandle;
-}  // namespace eos_standin

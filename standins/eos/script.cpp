@@ -8,8 +8,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "common/never_destroyed.h"
+
 namespace eos_standin {
 namespace {
+
+using zelk::common::NeverDestroyed;
 
 struct RuleInUse {
   Rule rule;
@@ -22,17 +26,10 @@ struct RuleInUse {
   }
 };
 
-// Switches, read in every call.
+// Read in every call.
 std::array<std::atomic<bool>, kFunctions.size()> has_rules;
-std::atomic<bool> recording{false};
-std::atomic<bool> has_hook{false};
-std::atomic<CompletionOrder> completion_order{CompletionOrder::kInOrder};
-std::atomic<uint64_t> shuffle_seed{1};
-std::atomic<bool> complete_on_release{false};
-std::atomic<int64_t> completions_per_tick{0};
-std::atomic<Expiration> expiration{Expiration::kNone};
 
-// What the switches guard. Never destroyed: a call may come from another static destructor.
+// What the switches guard.
 struct State {
   std::mutex mutex;
   std::array<std::vector<RuleInUse>, kFunctions.size()> rules;
@@ -41,13 +38,11 @@ struct State {
   std::vector<Misuse> misuses;
 };
 
-State& TheState() {
-  static State& state = *new State;
-  return state;
-}
+State& TheState() { return NeverDestroyed<State>(); }
 
 }  // namespace
 
+Switches switches;
 OutstandingCounts outstanding_counts;
 
 Scripted ApplyRules(Function function, std::string_view about) {
@@ -66,8 +61,6 @@ Scripted ApplyRules(Function function, std::string_view about) {
           rule.completes_twice};
 }
 
-bool Recording() { return recording.load(kRelaxed); }
-
 void Record(Function function, Json options) {
   const std::lock_guard lock(TheState().mutex);
   TheState().calls.push_back({std::string(NameOf(function)), std::move(options)});
@@ -75,7 +68,7 @@ void Record(Function function, Json options) {
 
 // The hook runs outside of the lock: it may script, and it may wait for another thread's call.
 void RunHook(Function function) {
-  if (!has_hook.load(kRelaxed)) return;
+  if (!switches.has_hook.load(kRelaxed)) return;
   std::unique_lock lock(TheState().mutex);
   const auto hook = TheState().hook;
   lock.unlock();
@@ -90,14 +83,9 @@ void ReportMisuse(MisuseRule rule, Function function) {
   TheState().misuses.push_back({std::string(name), std::move(detail)});
 }
 
-CompletionOrder OrderOfCompletions() { return completion_order.load(kRelaxed); }
-uint64_t ShuffleSeed() { return shuffle_seed.load(kRelaxed); }
-int64_t CompletionsPerTick() { return completions_per_tick.load(kRelaxed); }
-bool CompletesOnRelease() { return complete_on_release.load(kRelaxed); }
-
 Expiration ConsumeExpiration() {
-  if (expiration.load(kRelaxed) == Expiration::kNone) return Expiration::kNone;
-  return expiration.exchange(Expiration::kNone, kRelaxed);
+  if (switches.expiration.load(kRelaxed) == Expiration::kNone) return Expiration::kNone;
+  return switches.expiration.exchange(Expiration::kNone, kRelaxed);
 }
 
 void AddRule(const Rule& rule) {
@@ -121,27 +109,30 @@ void ClearRules() {
 }
 
 void SetCompletionOrder(CompletionOrder order, uint64_t seed) {
-  shuffle_seed.store(seed, kRelaxed);
-  completion_order.store(order, kRelaxed);
+  switches.shuffle_seed.store(seed, kRelaxed);
+  switches.completion_order.store(order, kRelaxed);
 }
 
-void LimitCompletionsPerTick(int64_t count) { completions_per_tick.store(count, kRelaxed); }
+void LimitCompletionsPerTick(int64_t count) {
+  switches.completions_per_tick.store(count, kRelaxed);
+}
 
-void CompleteOnRelease(bool complete) { complete_on_release.store(complete, kRelaxed); }
+void CompleteOnRelease(bool complete) { switches.complete_on_release.store(complete, kRelaxed); }
 
 void ExpireConnectToken(bool null_data) {
-  expiration.store(null_data ? Expiration::kReportedWithoutData : Expiration::kReported, kRelaxed);
+  switches.expiration.store(null_data ? Expiration::kReportedWithoutData : Expiration::kReported,
+                            kRelaxed);
 }
 
 void SetHook(std::function<void(const std::string& call)> hook) {
   const std::lock_guard lock(TheState().mutex);
-  has_hook.store(hook != nullptr, kRelaxed);
+  switches.has_hook.store(hook != nullptr, kRelaxed);
   TheState().hook =
       std::make_shared<const std::function<void(const std::string&)>>(std::move(hook));
   if (!*TheState().hook) TheState().hook = nullptr;
 }
 
-void RecordCalls(bool record) { recording.store(record, kRelaxed); }
+void RecordCalls(bool record) { switches.recording.store(record, kRelaxed); }
 
 std::vector<Call> Calls() {
   const std::lock_guard lock(TheState().mutex);

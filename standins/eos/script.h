@@ -12,8 +12,7 @@
 #include "describe.h"
 #include "eos_result.h"
 #include "eos_standin.h"
-#include "functions.h"
-#include "misuse_rules.h"
+#include "tables.h"
 
 namespace eos_standin {
 
@@ -37,18 +36,23 @@ struct Scripted {
 // the account the call is about.
 Scripted ApplyRules(Function function, std::string_view about);
 
-bool Recording();
 void Record(Function function, Json options);
 void RunHook(Function function);
 void ReportMisuse(MisuseRule rule, Function function);
 
-CompletionOrder OrderOfCompletions();
-uint64_t ShuffleSeed();
-bool CompletesOnRelease();
-// 0 is no limit.
-int64_t CompletionsPerTick();
-
 enum class Expiration { kNone, kReported, kReportedWithoutData };
+
+struct Switches {
+  std::atomic<bool> recording{false};
+  std::atomic<bool> has_hook{false};
+  std::atomic<CompletionOrder> completion_order{CompletionOrder::kInOrder};
+  std::atomic<uint64_t> shuffle_seed{1};
+  std::atomic<bool> complete_on_release{false};
+  std::atomic<int64_t> completions_per_tick{0};  // 0 is no limit
+  std::atomic<Expiration> expiration{Expiration::kNone};
+};
+extern Switches switches;
+
 // What ExpireConnectToken asked for since the last call.
 Expiration ConsumeExpiration();
 

@@ -30,14 +30,10 @@ std::optional<uint64_t> NumberAmongFriends(const Account& account, Key id) {
   return number;
 }
 
-std::string FiveDigits(uint64_t number) {
-  const std::string digits = std::to_string(number);
-  return digits.size() >= 5 ? digits : std::string(5 - digits.size(), '0') + digits;
-}
-
 Profile GeneratedProfile(uint64_t number) {
   const Locale& locale = kLocales[number % kLocales.size()];
-  const std::string digits = FiveDigits(number);
+  std::string digits = std::to_string(number);
+  if (digits.size() < 5) digits.insert(0, 5 - digits.size(), '0');
   Profile profile{"Friend " + digits, "friend" + digits, locale.country, locale.language};
   if (number % 3 == 0) profile.nickname.reset();
   return profile;

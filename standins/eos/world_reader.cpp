@@ -8,8 +8,7 @@
 #include <utility>
 
 #include "common/json.h"
-#include "functions.h"
-#include "results.h"
+#include "tables.h"
 #include "world.h"
 
 namespace eos_standin {

@@ -9,6 +9,7 @@
 
 #include "common/files.h"
 #include "common/json.h"
+#include "common/never_destroyed.h"
 #include "common/paths.h"
 #include "core_contract/log.h"
 #include "core_contract/mmkv.h"
@@ -183,11 +184,7 @@ class Store {
   bool cleared_ = false;            // of what killed processes left behind
 };
 
-// Never destroyed: threads may use it until the process ends.
-Store& DefaultStore() {
-  static Store& store = *new Store;
-  return store;
-}
+Store& DefaultStore() { return common::NeverDestroyed<Store>(); }
 
 }  // namespace
 

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/never_destroyed.h"
 #include "common/null_text.h"
 #include "zelk_foundation_standin.h"
 
@@ -33,49 +34,27 @@ struct SinkList {
   std::shared_ptr<const Sinks> sinks = std::make_shared<const Sinks>();
 };
 
-// Never destroyed: threads may log until the process ends.
-SinkList& List() {
-  static SinkList& list = *new SinkList;
-  return list;
-}
+SinkList& List() { return common::NeverDestroyed<SinkList>(); }
 
 std::shared_ptr<const Sinks> CurrentSinks() {
   const std::scoped_lock lock(List().mutex);
   return List().sinks;
 }
 
-// A printf text: on the stack as a rule, on the heap when it is long, cut where the heap is
-// exhausted.
-class FormattedText {
- public:
-  FormattedText(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(short_.data(), short_.size(), format, arguments);
-    if (length < 0) {
-      text_ = format;
-    } else {
-      Take(static_cast<std::size_t>(length), format, again);
-    }
-    va_end(again);
-  }
-
-  std::string_view text() const { return text_; }
-
- private:
-  void Take(std::size_t length, const char* format, va_list arguments) {
-    text_ = std::string_view(short_.data(), std::min(length, short_.size() - 1));
-    if (length < short_.size()) return;
-    long_.reset(new (std::nothrow) char[length + 1]);
-    if (long_ == nullptr) return;
-    std::vsnprintf(long_.get(), length + 1, format, arguments);
-    text_ = std::string_view(long_.get(), length);
-  }
-
-  std::array<char, 1024> short_;
-  std::unique_ptr<char[]> long_;
-  std::string_view text_;
-};
+// A printf text: in `buffer` as a rule, on the heap when it is long, cut where that is exhausted.
+std::string_view Format(std::array<char, 1024>& buffer, std::unique_ptr<char[]>& heap,
+                        const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const int written = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+  const auto length = static_cast<std::size_t>(std::max(written, 0));
+  if (length >= buffer.size()) heap.reset(new (std::nothrow) char[length + 1]);
+  if (heap != nullptr) std::vsnprintf(heap.get(), length + 1, format, again);
+  va_end(again);
+  if (written < 0) return format;
+  if (heap != nullptr) return {heap.get(), length};
+  return {buffer.data(), std::min(length, buffer.size() - 1)};
+}
 
 // A sink that throws must harm neither the caller nor the other sinks.
 void Write(spdlog::sinks::sink& sink, const spdlog::details::log_msg& line) noexcept {
@@ -100,15 +79,17 @@ void Log::OutputLog(LogLevel level, const char* tag, bool /*first_flag*/, bool /
   const std::shared_ptr<const Sinks> sinks = CurrentSinks();
   if (sinks->empty()) return;
 
+  std::array<char, 1024> buffer;
+  std::unique_ptr<char[]> heap;
   va_list arguments;
   va_start(arguments, format);
-  const FormattedText text(OrEmpty(format), arguments);
+  const std::string_view text = Format(buffer, heap, OrEmpty(format), arguments);
   va_end(arguments);
 
   const int32_t row = std::clamp<int32_t>(level, kLogInfo, kLogError) - kLogInfo;
   const spdlog::details::log_msg message(spdlog::source_loc{OrEmpty(file), line, OrEmpty(function)},
                                          OrEmpty(tag), kSpdlogLevels[static_cast<std::size_t>(row)],
-                                         text.text());
+                                         text);
   for (const auto& sink : *sinks) Write(*sink, message);
 }
 

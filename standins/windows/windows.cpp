@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -77,17 +76,12 @@ const int normal_nice = getpriority(PRIO_PROCESS, 0);
 // A thread's priority, as asked for and as the system schedules it.
 class Thread {
  public:
-  // On the thread itself. What was asked before it began takes effect now.
-  void Begin() {
+  // On the thread itself, which is 0 again at its end: the system may give its id to another one.
+  // What was asked before it began takes effect now.
+  void SetId(pid_t id) {
     const std::scoped_lock lock(mutex_);
-    id_ = gettid();
+    id_ = id;
     Apply();
-  }
-
-  // The system may give the thread's id to another one from now on.
-  void End() {
-    const std::scoped_lock lock(mutex_);
-    id_.reset();
   }
 
   void SetPriority(int priority) {
@@ -105,13 +99,13 @@ class Thread {
   // Five steps of nice give about three times the share of a core. To be refused is no failure: few
   // processes may raise a thread.
   void Apply() const {
-    if (!id_.has_value() || !priority_.has_value()) return;
+    if (id_ == 0 || !priority_.has_value()) return;
     static_cast<void>(
-        setpriority(PRIO_PROCESS, static_cast<id_t>(*id_), normal_nice - 5 * *priority_));
+        setpriority(PRIO_PROCESS, static_cast<id_t>(id_), normal_nice - 5 * *priority_));
   }
 
   std::mutex mutex_;
-  std::optional<pid_t> id_;
+  pid_t id_ = 0;
   std::optional<int> priority_;
 };
 
@@ -141,7 +135,7 @@ HANDLE NewHandle(const std::shared_ptr<Thread>& thread) {
 // This library is never unmapped itself: see its link options.
 struct RunningThread {
   ~RunningThread() {
-    thread->End();
+    thread->SetId(0);
     if (library != nullptr) dlclose(library);
     --threads_running;
   }
@@ -157,7 +151,7 @@ void RunThread(LPTHREAD_START_ROUTINE start, LPVOID parameter, std::shared_ptr<T
   static thread_local RunningThread running;
   current_thread = &running;
   running.thread = std::move(thread);
-  running.thread->Begin();
+  running.thread->SetId(gettid());
   // As on Windows, a thread that exits leaves its stack without running any destructor.
   if (setjmp(running.exit) == 0) start(parameter);
 }
@@ -171,7 +165,7 @@ bool StartThread(LPTHREAD_START_ROUTINE start, LPVOID parameter, HANDLE& handle)
     std::thread(RunThread, start, parameter, std::move(thread)).detach();
     return true;
   } catch (const std::exception&) {
-    Handles().Remove(handle);
+    if (handle != nullptr) Handles().Remove(handle);
     --threads_running;
     return false;
   }
@@ -186,27 +180,9 @@ std::shared_ptr<Thread> ThreadOf(HANDLE handle) {
   if (current_thread != nullptr) return current_thread->thread;
   // A thread of somebody else's: it lives as long as anything that it may ask here.
   static thread_local Thread other;
-  static thread_local const bool begun = (other.Begin(), true);
+  static thread_local const bool begun = (other.SetId(gettid()), true);
   static_cast<void>(begun);
   return {std::shared_ptr<Thread>(), &other};
-}
-
-BOOL FindModule(DWORD flags, const char* file, HMODULE* module) {
-  const bool pin = (flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0;
-  void* const found = dlopen(file, RTLD_LAZY | RTLD_NOLOAD | (pin ? RTLD_NODELETE : 0));
-  *module = static_cast<HMODULE>(found);
-  if (found == nullptr) return 0;
-  if ((flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) != 0) dlclose(found);
-  return 1;
-}
-
-BOOL FindModuleOf(DWORD flags, const void* address, HMODULE* module) {
-  Dl_info info = {};
-  link_map* map = nullptr;
-  *module = nullptr;
-  if (dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0) return 0;
-  // The program itself has no name in this list.
-  return FindModule(flags, *map->l_name != '\0' ? map->l_name : nullptr, module);
 }
 
 }  // namespace
@@ -262,21 +238,20 @@ int GetThreadPriority(HANDLE thread) {
   return found != nullptr ? found->Priority() : THREAD_PRIORITY_ERROR_RETURN;
 }
 
-BOOL GetModuleHandleExA(DWORD flags, LPCSTR name, HMODULE* module) {
-  const bool from_address = (flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) != 0;
-  return from_address ? FindModuleOf(flags, name, module) : FindModule(flags, name, module);
-}
-
-BOOL GetModuleHandleExW(DWORD flags, LPCWSTR name, HMODULE* module) {
-  if ((flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) != 0 || name == nullptr) {
-    return GetModuleHandleExA(flags, reinterpret_cast<LPCSTR>(name), module);
-  }
-  try {
-    return FindModule(flags, std::filesystem::path(name).c_str(), module);
-  } catch (const std::exception&) {
-    *module = nullptr;
-    return 0;
-  }
+BOOL GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
+  *module = nullptr;
+  if ((flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) == 0) return Misuse<BOOL>(0);
+  Dl_info info = {};
+  link_map* map = nullptr;
+  if (dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0) return 0;
+  // The program itself has no name in this list.
+  const char* const file = *map->l_name != '\0' ? map->l_name : nullptr;
+  const bool pin = (flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0;
+  void* const found = dlopen(file, RTLD_LAZY | RTLD_NOLOAD | (pin ? RTLD_NODELETE : 0));
+  *module = static_cast<HMODULE>(found);
+  if (found == nullptr) return 0;
+  if ((flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) != 0) dlclose(found);
+  return 1;
 }
 
 BOOL FreeLibrary(HMODULE module) {

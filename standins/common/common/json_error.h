@@ -1,7 +1,7 @@
 // What an error of the JSON library says, taken apart for messages of our own.
 #pragma once
 
-#include <charconv>
+#include <cstdio>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -17,20 +17,13 @@ struct ExplainedJsonError {
 // "[json.exception.parse_error.101] parse error at line 3, column 5: what is wrong", or the same
 // without a place; what another library throws is all reason.
 inline ExplainedJsonError ExplainJsonError(const std::exception& error) {
-  constexpr std::string_view kLine = "parse error at line ", kColumn = ", column ", kEnd = ": ";
-  std::string_view rest = error.what();
-  if (rest.starts_with("[json.")) rest.remove_prefix(rest.find("] ") + 2);
-  ExplainedJsonError explained{.reason = std::string(rest)};
-  const auto read = [&rest](std::string_view before, int& number) {
-    if (!rest.starts_with(before)) return false;
-    rest.remove_prefix(before.size());
-    const auto [end, problem] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-    rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
-    return problem == std::errc();
-  };
-  if (read(kLine, explained.line) && read(kColumn, explained.column) && rest.starts_with(kEnd)) {
-    explained.reason = rest.substr(kEnd.size());
-  }
+  const std::string_view text = error.what();
+  const std::size_t start = text.starts_with("[json.") ? text.find("] ") + 2 : 0;
+  ExplainedJsonError explained;
+  int place = 0;
+  std::sscanf(text.data() + start, "parse error at line %d, column %d: %n", &explained.line,
+              &explained.column, &place);
+  explained.reason = text.substr(start + static_cast<std::size_t>(place));
   return explained;
 }
 

@@ -11,7 +11,6 @@
 
 using BOOL = int;
 using CHAR = char;
-using WCHAR = wchar_t;
 using DWORD = uint32_t;
 using SIZE_T = std::size_t;
 using HANDLE = void*;
@@ -20,7 +19,6 @@ using LPVOID = void*;
 using LPDWORD = DWORD*;
 using LPSTR = CHAR*;
 using LPCSTR = const CHAR*;
-using LPCWSTR = const WCHAR*;
 struct SECURITY_ATTRIBUTES;
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 using LPTHREAD_START_ROUTINE = DWORD(WINAPI*)(LPVOID);
@@ -62,11 +60,10 @@ ZELK_WINDOWS_API BOOL WINAPI SetThreadPriority(HANDLE thread, int priority);
 // The priority that was set, THREAD_PRIORITY_NORMAL before.
 ZELK_WINDOWS_API int WINAPI GetThreadPriority(HANDLE thread);
 
-// The loaded library that has this name, or (with ..._FROM_ADDRESS) contains this address; no name
-// means the program. Takes a reference, which keeps the library mapped, unless
-// ..._UNCHANGED_REFCOUNT; with ..._PIN it stays mapped until the process ends.
-ZELK_WINDOWS_API BOOL WINAPI GetModuleHandleExA(DWORD flags, LPCSTR name, HMODULE* module);
-ZELK_WINDOWS_API BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR name, HMODULE* module);
+// The loaded library that contains this address: ..._FROM_ADDRESS must be among the flags. Takes a
+// reference, which keeps the library mapped, unless ..._UNCHANGED_REFCOUNT; with ..._PIN it stays
+// mapped until the process ends.
+ZELK_WINDOWS_API BOOL WINAPI GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
 // Gives a reference back.
 ZELK_WINDOWS_API BOOL WINAPI FreeLibrary(HMODULE module);
 // Ends the calling thread, which CreateThread started, and gives the reference back after the last
