@@ -8,7 +8,7 @@ namespace zelk {
 template <class T>
 union NoDestructor {
   NoDestructor() : object() {}
-  ~NoDestructor() {}
+  ~NoDestructor() {}  // NOLINT(modernize-use-equals-default): by default there is none
 
   T object;
 };

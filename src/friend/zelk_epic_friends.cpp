@@ -449,7 +449,7 @@ bool StartWorker(FriendsInfoThreadContext& context) {
   // One above this thread, which ticks: a tick waits for a worker that runs, not for one that other
   // threads keep from running. Above the highest there is none: then the same.
   const int priority = GetThreadPriority(GetCurrentThread());
-  if (priority != THREAD_PRIORITY_ERROR_RETURN && !SetThreadPriority(thread, priority + 1)) {
+  if (priority != THREAD_PRIORITY_ERROR_RETURN && SetThreadPriority(thread, priority + 1) == 0) {
     SetThreadPriority(thread, priority);
   }
   CloseHandle(thread);
