@@ -4,9 +4,9 @@
 #include <limits>
 #include <thread>
 
-#include <windows.h>
-
 #include "plugin_test.h"
+
+#include <windows.h>
 
 namespace zelk_test {
 namespace {
