@@ -151,16 +151,17 @@ const Account* Login::FindAccount(const Platform& platform) const {
   const World& world = TheWorld();
   switch (type_) {
     case EOS_LCT_ExchangeCode:
-      return world.FindByExchangeCode(token_);
+      return world.FindIf([this](const Account& each) { return each.exchange_code == token_; });
     case EOS_LCT_PersistentAuth:
       return PersistedAccount(platform);
     case EOS_LCT_Developer:
       return world.FindByName(token_);
     case EOS_LCT_DeviceCode:
     case EOS_LCT_AccountPortal:
-      return world.SignsIn();
+      return world.signs_in;
     default:
-      return world.FindByPassword(id_, token_);
+      return world.FindIf(
+          [this](const Account& each) { return each.name == id_ && each.password == token_; });
   }
 }
 
@@ -207,11 +208,11 @@ EOS_Auth_Token* LendToken(const Platform* platform, const Session& session, bool
   token->ClientId = keep("zelk-client");
   token->AccountId = session.id;
   token->AccessToken = keep(session.access_token);
-  token->ExpiresIn = TheWorld().token_seconds();
+  token->ExpiresIn = TheWorld().token_seconds;
   token->ExpiresAt = keep(TimeIn(token->ExpiresIn));
   token->AuthType = EOS_EAuthTokenType::EOS_ATT_User;
   token->RefreshToken = keep(session.refresh_token);
-  token->RefreshExpiresIn = TheWorld().refresh_token_seconds();
+  token->RefreshExpiresIn = TheWorld().refresh_token_seconds;
   token->RefreshExpiresAt = keep(TimeIn(token->RefreshExpiresIn));
   return Tokens().Lend(platform, std::move(token));
 }

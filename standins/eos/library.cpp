@@ -59,7 +59,7 @@ void SetShutDown() { phase.store(Phase::kShutDown, kRelaxed); }
 bool LoadWorld() try {
   if (TheLibrary().world) return true;
   TheLibrary().world = MakeWorld();
-  ApplyScript(TheLibrary().world->script());
+  ApplyScript(TheLibrary().world->script);
   return true;
 } catch (const std::exception& error) {
   std::fprintf(stderr, "%s\n", error.what());

@@ -42,21 +42,8 @@ Profile GeneratedProfile(uint64_t number) {
 }  // namespace
 
 const Account* World::Find(Key id) const {
-  const auto found = by_id_.find(id);
-  return found == by_id_.end() ? nullptr : found->second;
-}
-
-const Account* World::FindByPassword(std::string_view name, std::string_view password) const {
-  return FindIf(
-      [&](const Account& account) { return account.name == name && account.password == password; });
-}
-
-const Account* World::FindByName(std::string_view name) const {
-  return FindIf([&](const Account& account) { return account.name == name; });
-}
-
-const Account* World::FindByExchangeCode(std::string_view code) const {
-  return FindIf([&](const Account& account) { return account.exchange_code == code; });
+  const auto found = by_id.find(id);
+  return found == by_id.end() ? nullptr : found->second;
 }
 
 std::optional<Profile> World::ProfileOf(Key id) const {
@@ -68,7 +55,7 @@ std::optional<Profile> World::ProfileOf(Key id) const {
 bool World::HasProfile(Key id) const { return Find(id) != nullptr || NumberOfGenerated(id); }
 
 std::optional<uint64_t> World::NumberOfGenerated(Key id) const {
-  for (const auto& account : accounts_) {
+  for (const auto& account : accounts) {
     if (const auto number = NumberAmongFriends(*account, id)) return number;
   }
   return std::nullopt;
@@ -92,8 +79,8 @@ EOS_EFriendsStatus World::StatusOf(const Account& account, Key other) {
 }
 
 void World::CreateProductUser(Key account) {
-  const auto found = by_id_.find(account);
-  if (found == by_id_.end() || found->second->product_user) return;
+  const auto found = by_id.find(account);
+  if (found == by_id.end() || found->second->product_user) return;
   found->second->product_user = KeyText({Mix(account.low), Mix(account.high)});
 }
 

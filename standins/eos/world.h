@@ -47,8 +47,7 @@ struct WorldScript {
   int64_t completions_per_tick = 0;
 };
 
-class World {
- public:
+struct World {
   // Throws std::runtime_error with "FILE:LINE: message" for text that is not JSON, and with
   // "FILE: POINTER: message" for a document that is not a world.
   static World FromText(const std::string& text, const std::string& file);
@@ -57,50 +56,40 @@ class World {
 
   // Null where there is no such account.
   const Account* Find(Key id) const;
-  const Account* FindByPassword(std::string_view name, std::string_view password) const;
-  const Account* FindByName(std::string_view name) const;
-  const Account* FindByExchangeCode(std::string_view code) const;
-  // Any client and any secret, unless the world file names them.
-  bool KnowsClient(std::string_view id, std::string_view secret) const {
-    return (!client_id_ || id == *client_id_) && (!client_secret_ || secret == *client_secret_);
+  template <class Predicate>
+  const Account* FindIf(const Predicate& predicate) const {
+    for (const auto& account : accounts) {
+      if (predicate(*account)) return account.get();
+    }
+    return nullptr;
   }
-  // Whom a sign-in on a web page signs in.
-  const Account* SignsIn() const { return signs_in_; }
+  const Account* FindByName(std::string_view name) const {
+    return FindIf([name](const Account& account) { return account.name == name; });
+  }
+  bool KnowsClient(std::string_view id, std::string_view secret) const {
+    return (!client_id || id == *client_id) && (!client_secret || secret == *client_secret);
+  }
 
   // Of accounts, and of generated friends.
   bool HasProfile(Key id) const;
   std::optional<Profile> ProfileOf(Key id) const;
+  std::optional<uint64_t> NumberOfGenerated(Key id) const;
   static int64_t FriendCount(const Account& account);
   static Key FriendAt(const Account& account, int64_t index);
   static EOS_EFriendsStatus StatusOf(const Account& account, Key other);
 
   void CreateProductUser(Key account);
 
-  const WorldScript& script() const { return script_; }
-  double token_seconds() const { return token_seconds_; }
-  double refresh_token_seconds() const { return refresh_token_seconds_; }
-
- private:
-  friend class WorldReader;
-
-  template <class Predicate>
-  const Account* FindIf(const Predicate& predicate) const {
-    for (const auto& account : accounts_) {
-      if (predicate(*account)) return account.get();
-    }
-    return nullptr;
-  }
-
-  std::optional<uint64_t> NumberOfGenerated(Key id) const;
-
-  std::vector<std::unique_ptr<Account>> accounts_;
-  std::unordered_map<Key, Account*, KeyHash> by_id_;
-  const Account* signs_in_ = nullptr;
-  WorldScript script_;
-  std::optional<std::string> client_id_;
-  std::optional<std::string> client_secret_;
-  double token_seconds_ = 7200;
-  double refresh_token_seconds_ = 28800;
+  std::vector<std::unique_ptr<Account>> accounts;
+  std::unordered_map<Key, Account*, KeyHash> by_id;
+  // Whom a sign-in on a web page signs in.
+  const Account* signs_in = nullptr;
+  // Any client and any secret, unless the world file names them.
+  std::optional<std::string> client_id;
+  std::optional<std::string> client_secret;
+  double token_seconds = 7200;
+  double refresh_token_seconds = 28800;
+  WorldScript script;
 };
 
 }  // namespace eos_standin

@@ -245,59 +245,51 @@ std::unique_ptr<Account> ReadAccount(const JsonValue& node) {
   return account;
 }
 
+void ReadAccounts(const JsonValue& accounts, World& world) {
+  for (const JsonValue& node : Elements(accounts)) {
+    auto account = ReadAccount(node);
+    if (!world.by_id.emplace(account->id, account.get()).second) Fail(node, "is there twice");
+    world.accounts.push_back(std::move(account));
+  }
+  if (!world.accounts.empty()) world.signs_in = world.accounts.front().get();
+}
+
+World ReadWorld(const JsonValue& root) {
+  World world;
+  WorldScript& script = world.script;
+  const auto read_signs_in = [&](const JsonValue& name) {
+    world.signs_in = world.FindByName(Text(name));
+    if (world.signs_in == nullptr) Fail(name, "is no account's name");
+  };
+  const auto read_token = [&](const JsonValue& token) {
+    ReadObject(token, {Into("expires_in", world.token_seconds),
+                       Into("refresh_expires_in", world.refresh_token_seconds)});
+  };
+  const auto read_client = [&](const JsonValue& client) {
+    ReadObject(client, {Into("id", world.client_id), Into("secret", world.client_secret)});
+  };
+  ReadObject(
+      root,
+      {
+          {"accounts", [&](const JsonValue& accounts) { ReadAccounts(accounts, world); }, true},
+          {"signs_in", read_signs_in},
+          {"calls", [&](const JsonValue& calls) { ReadCalls(calls, script.rules); }},
+          {"completion_order",
+           [&](const JsonValue& name) { script.order = OneOf(name, kOrderNames); }},
+          {"seed",
+           [&](const JsonValue& seed) { script.seed = static_cast<uint64_t>(Count(seed)); }},
+          Into("complete_on_release", script.complete_on_release),
+          Into("completions_per_tick", script.completions_per_tick),
+          {"access_token", read_token},
+          {"client", read_client},
+      });
+  return world;
+}
+
 }  // namespace
 
-class WorldReader {
- public:
-  World Read(const JsonValue& root) {
-    WorldScript& script = world_.script_;
-    ReadObject(
-        root,
-        {
-            {"accounts", [&](const JsonValue& accounts) { ReadAccounts(accounts); }, true},
-            {"signs_in", [&](const JsonValue& name) { ReadSignsIn(name); }},
-            {"calls", [&](const JsonValue& calls) { ReadCalls(calls, script.rules); }},
-            {"completion_order",
-             [&](const JsonValue& name) { script.order = OneOf(name, kOrderNames); }},
-            {"seed",
-             [&](const JsonValue& seed) { script.seed = static_cast<uint64_t>(Count(seed)); }},
-            Into("complete_on_release", script.complete_on_release),
-            Into("completions_per_tick", script.completions_per_tick),
-            {"access_token", [&](const JsonValue& token) { ReadAccessToken(token); }},
-            {"client", [&](const JsonValue& client) { ReadClient(client); }},
-        });
-    return std::move(world_);
-  }
-
- private:
-  void ReadAccounts(const JsonValue& accounts) {
-    for (const JsonValue& node : Elements(accounts)) {
-      auto account = ReadAccount(node);
-      if (!world_.by_id_.emplace(account->id, account.get()).second) Fail(node, "is there twice");
-      world_.accounts_.push_back(std::move(account));
-    }
-    if (!world_.accounts_.empty()) world_.signs_in_ = world_.accounts_.front().get();
-  }
-
-  void ReadSignsIn(const JsonValue& node) {
-    world_.signs_in_ = world_.FindByName(Text(node));
-    if (world_.signs_in_ == nullptr) Fail(node, "is no account's name");
-  }
-
-  void ReadClient(const JsonValue& node) {
-    ReadObject(node, {Into("id", world_.client_id_), Into("secret", world_.client_secret_)});
-  }
-
-  void ReadAccessToken(const JsonValue& node) {
-    ReadObject(node, {Into("expires_in", world_.token_seconds_),
-                      Into("refresh_expires_in", world_.refresh_token_seconds_)});
-  }
-
-  World world_;
-};
-
 World World::FromText(const std::string& text, const std::string& file) try {
-  return WorldReader().Read(JsonValue(text));
+  return ReadWorld(JsonValue(text));
 } catch (const JsonError& error) {
   throw std::runtime_error(file + ":" + std::to_string(error.line) + ": " + error.what());
 } catch (const std::runtime_error& error) {
