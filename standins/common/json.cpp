@@ -114,8 +114,11 @@ JsonValue::JsonValue(std::string_view text)
     : rows_(std::make_shared<const Rows>(JsonBuilder().Read(text))) {}
 
 std::string JsonValue::Pointer() const {
-  if (index_ == 0) return "";
-  return JsonValue(rows_, row().parent).Pointer() + "/" + key();
+  std::string pointer;
+  for (std::size_t index = index_; index != 0; index = (*rows_)[index].parent) {
+    pointer.insert(0, "/" + (*rows_)[index].key);
+  }
+  return pointer;
 }
 
 std::vector<JsonValue> JsonValue::Children() const {

@@ -63,7 +63,7 @@ std::string Problem(const std::filesystem::path& file, int line, const std::stri
 }  // namespace
 
 SdkString Config::GetString(const char* key, const char* default_value, const char* section) {
-  Configuration& configuration = common::NeverDestroyed<Configuration>();
+  auto& configuration = common::NeverDestroyed<Configuration>();
   const std::scoped_lock lock(configuration.mutex);
   const auto values = configuration.sections.find(OrEmpty(section));
   if (values == configuration.sections.end()) return default_value;

@@ -96,7 +96,7 @@ const Session& SignIn(Platform& platform, const Account& account, EOS_EAuthScope
 // "2031-05-09T18:04:11.000Z"; no farther away than every system's calendar goes.
 std::string TimeIn(double seconds) {
   constexpr double kLast = 3e10;
-  const double now = static_cast<double>(std::time(nullptr));
+  const auto now = static_cast<double>(std::time(nullptr));
   const auto time = static_cast<std::time_t>(std::clamp(now + seconds, 0.0, kLast));
   std::array<char, 32> text;
   std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S.000Z", std::gmtime(&time));
@@ -142,6 +142,9 @@ EOS_EResult Login::Work(Platform& platform, Info& info) {
     return persistent ? EOS_InvalidAuth : EOS_InvalidCredentials;
   }
   const Session& session = SignIn(platform, *account, scopes_);
+  if (!session.Has(EOS_EAuthScopeFlags::EOS_AS_BasicProfile)) {
+    Log(kLogAuth, EOS_LOG_Warning, "The login did not ask for the scope EOS_AS_BasicProfile");
+  }
   info.LocalUserId = info.SelectedAccountId = session.id;
   if (!persistent) KeepPersistentAuth(platform, session);
   return EOS_Success;

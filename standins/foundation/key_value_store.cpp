@@ -45,7 +45,7 @@ std::string ToText(const Entries& entries) {
 // What a file holds, or what is wrong with it.
 struct StoreFile {
   Entries entries{};
-  std::string_view problem = "";
+  std::string_view problem;
 };
 
 StoreFile FromText(const std::string& text) {
