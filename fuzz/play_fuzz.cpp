@@ -2,6 +2,7 @@
 // is answered.
 #include <sched.h>
 
+#include <chrono>
 #include <ctime>
 #include <sstream>
 #include <stdexcept>
@@ -40,7 +41,7 @@ host::PluginLibrary TamePlugin() {
 struct Account : host::GameObserver {
   void OnRequest(const host::Request& request) override {
     ++asked;
-    const bool is_page = request.entry_point == host::EntryPoint::kFriends;
+    const bool is_page = request.entry_point == host::EntryPoint::kQueryFriends;
     if (is_page && request.params.seq_id.empty()) ++may_stay_unanswered;
   }
   void OnResult(const core_standin::CommittedResult&) override { ++answered; }
@@ -79,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ticks_left = 200;
   Account account;
   {
-    zelk::host::Game game(plugin);
+    zelk::host::Game game(plugin, std::chrono::seconds(1));
     game.Add(account);
     zelk::host::Play(game, script);
     game.Finish();

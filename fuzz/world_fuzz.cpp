@@ -40,7 +40,8 @@ void UseWorld(const std::string& file) {
   constexpr int kTicks = 40;
   setenv("ZELK_EOS_WORLD", file.c_str(), 1);
   eos_standin::SetHook(&Meet);
-  Plugin().login({102, "login", "", R"({"LoginMode":"AccountPortal"})"}, "basic_profile,friends_list");
+  Plugin().login({102, "login", "", R"({"LoginMode":"AccountPortal"})"},
+                 "basic_profile,friends_list");
   Tick(kTicks);
   Plugin().query_friends({203, "friends", "", ""}, 1, 10, false);
   for (int i = 0; i < kTicks || windows_standin::ThreadsRunning() > 0; ++i) Tick(1);
