@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <set>
 #include <string>
 #include <string_view>
@@ -81,9 +82,9 @@ class Host : public testing::Test {
     return Run(options + " play " + File("script", script));
   }
 
+  // Of this process alone: two builds may be tested at the same time.
   const fs::path folder_ =
-      fs::temp_directory_path() /
-      (std::string("zelk-host-") + testing::UnitTest::GetInstance()->current_test_info()->name());
+      fs::temp_directory_path() / ("zelk-host-" + std::to_string(std::random_device{}()));
 };
 
 std::vector<Json> Events(const Outcome& outcome) {
