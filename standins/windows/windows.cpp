@@ -10,14 +10,13 @@
 #include <atomic>
 #include <csetjmp>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <optional>
-#include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -191,11 +190,11 @@ extern "C" {
 
 DWORD GetTempPathA(DWORD size, LPSTR buffer) {
   const char* directory = std::getenv("TMPDIR");
-  std::string path = directory != nullptr && *directory != '\0' ? directory : "/tmp";
-  if (path.back() != '/') path += '/';
-  const auto length = static_cast<DWORD>(path.size());
+  const std::string_view path = directory != nullptr && *directory != '\0' ? directory : "/tmp";
+  const std::string_view end = path.ends_with('/') ? "" : "/";
+  const auto length = static_cast<DWORD>(path.size() + end.size());
   if (buffer == nullptr || size <= length) return length + 1;
-  std::memcpy(buffer, path.c_str(), length + 1);
+  *std::ranges::copy(end, std::ranges::copy(path, buffer).out).out = '\0';
   return length;
 }
 
