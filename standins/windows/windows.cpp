@@ -10,6 +10,7 @@
 #include <atomic>
 #include <csetjmp>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <map>
 #include <memory>
