@@ -35,12 +35,12 @@ ZELK_EPIC_API void zelk_epic_auth_auto_login(const zelk::BaseParams& params,
 
 // Signs the player out and forgets what would sign the player in again: EOS does so during the next
 // updates, so shut down some frames later. Answered by a BaseResult before the call returns, 17
-// after a shutdown, when EOS keeps what it has; not answered at all as long as no login has brought
-// EOS up.
+// after a shutdown, when EOS keeps what it has; not answered at all when EOS has no Auth interface,
+// as before the first login.
 ZELK_EPIC_API void zelk_epic_auth_logout(const zelk::BaseParams& params);
 
-// Drives EOS: call it once a frame. Every EOS completion runs in here, and so most answers are
-// committed in here. Nothing before the first login and after a shutdown.
+// Drives EOS: call it once a frame. EOS completions run in here (the last ones in a shutdown), and
+// so most answers are committed in here. Nothing before the first login and after a shutdown.
 ZELK_EPIC_API void zelk_epic_update();
 
 // Releases the EOS platform, once and for all in this process. What EOS has not answered by then is

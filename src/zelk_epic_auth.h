@@ -1,6 +1,6 @@
 // EpicAuth: the EOS platform of the process and the player's sign-in. The entry points call it on
-// the core's thread, EOS calls its callbacks inside a tick; all of it runs under the EOS lock,
-// except GetInstance, LogAccountIdFromString and the log bridge, which any thread may call.
+// the core's thread, EOS its callbacks inside a tick or a shutdown; all of it runs under the EOS
+// lock, except GetInstance, LogAccountIdFromString and the log bridge, which any thread may call.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,7 @@
 #include "eos_types.h"
 #include "eos_userinfo_types.h"
 #include "zelk_epic_lock.h"
+#include "zelk_epic_no_destructor.h"
 
 namespace zelk {
 
@@ -95,6 +96,7 @@ class EpicAuth {
   DeletePersistentAuthCallback(const EOS_Auth_DeletePersistentAuthCallbackInfo* data);
 
  private:
+  friend NoDestructor<EpicAuth>;
   EpicAuth();
 
   bool FetchAuthInterface();

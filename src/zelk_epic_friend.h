@@ -1,7 +1,7 @@
 // EpicFriend: the signed-in player's friends, page by page. The entry point calls it on the core's
-// thread, EOS calls its callbacks inside a tick; a worker thread per page asks for the friends'
-// details. All of it runs under the EOS lock, the worker one EOS call at a time, except GetInstance
-// and PinLibrary, which any thread may call.
+// thread, EOS its callbacks inside a tick or a shutdown; a worker thread per page asks for the
+// friends' details. All of it runs under the EOS lock, except GetInstance and PinLibrary, which any
+// thread may call, and the worker's procedure, which takes the lock for one EOS call at a time.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,7 @@
 #include "core_contract/sdk_vector.h"
 #include "eos_friends_types.h"
 #include "eos_userinfo_types.h"
+#include "zelk_epic_no_destructor.h"
 
 namespace zelk {
 
@@ -59,6 +60,7 @@ class EpicFriend {
   QueryFriendUserInfoCompleteCallbackFn(const EOS_UserInfo_QueryUserInfoCallbackInfo* data);
 
  private:
+  friend NoDestructor<EpicFriend>;
   EpicFriend() = default;
 };
 

@@ -15,8 +15,8 @@ using Clock = std::chrono::steady_clock;
 // closely would put each other to sleep at every turn.
 constexpr std::chrono::microseconds kSpinTime{30};
 
-// How a thread waits that may give up: it spins as often as this, and then sleeps in between.
-constexpr int kPollsAwake = 100;
+// A thread that may give up spins in rounds, yields between the first, sleeps between the others.
+constexpr int kSpinRounds = 100;
 constexpr std::chrono::milliseconds kSleepTime{10};
 
 // False when it has not become true in the time that waiting awake is worth.
@@ -35,22 +35,22 @@ bool SpinUntil(Condition condition) {
   return false;
 }
 
-NoDestructor<EosLock> lock_of_process;
+NoDestructor<EosLock> process_lock;
 
 }  // namespace
 
-EosLock& eos_lock = lock_of_process.object;
+EosLock& eos_lock = process_lock.object;
 
 // Some systems take memory at a mutex's first use: here, so that lock() never throws.
-EosLock::EosLock() { const std::scoped_lock first_use(sleep_, only_worker_); }
+EosLock::EosLock() { const std::scoped_lock first_use(sleep_mutex_, worker_mutex_); }
 
-// Relaxed: what the owner before wrote is seen through `turn_`.
+// Relaxed: what the owner before wrote is seen through `now_serving_`.
 void EosLock::lock() {
   if (!IsHeldByThisThread()) {
     const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
-    const auto is_turn = [=, this] { return turn_.load() == ticket; };
+    const auto is_turn = [=, this] { return now_serving_.load() == ticket; };
     if (!SpinUntil(is_turn)) {
-      std::unique_lock sleep(sleep_);
+      std::unique_lock sleep(sleep_mutex_);
       ++sleepers_;
       turn_changed_.wait(sleep, is_turn);
       --sleepers_;
@@ -61,21 +61,21 @@ void EosLock::lock() {
 }
 
 // A ticket cannot be given back: one is drawn only when tickets are served, for none is out or the
-// turn has changed; until then the workers make way. Counts its sleeps and not the clock, which
-// goes on while a process is stopped.
+// turn has changed; until then the workers yield. Counts its sleeps and not the clock, which goes
+// on while a process is stopped.
 bool EosLock::try_lock_for(std::chrono::milliseconds timeout) {
-  const uint32_t turn = turn_.load();
+  const uint32_t served = now_serving_.load();
   const auto is_served = [=, this] {
-    return IsHeldByThisThread() || next_ticket_.load() == turn || turn_.load() != turn;
+    return IsHeldByThisThread() || next_ticket_.load() == served || now_serving_.load() != served;
   };
-  keeps_workers_out_.store(true);
+  workers_blocked_.store(true);
   int polls = 0;
-  while (!SpinUntil(is_served) && (polls - kPollsAwake) * kSleepTime < timeout) {
-    ++polls < kPollsAwake ? std::this_thread::yield() : std::this_thread::sleep_for(kSleepTime);
+  while (!SpinUntil(is_served) && (polls - kSpinRounds) * kSleepTime < timeout) {
+    ++polls < kSpinRounds ? std::this_thread::yield() : std::this_thread::sleep_for(kSleepTime);
   }
   const bool can_lock = is_served();
   if (can_lock) lock();
-  keeps_workers_out_.store(false);
+  workers_blocked_.store(false);
   return can_lock;
 }
 
@@ -85,9 +85,9 @@ bool EosLock::try_lock_for(std::chrono::milliseconds timeout) {
 void EosLock::unlock() {
   if (--depth_ > 0) return;
   owner_.store(std::thread::id(), std::memory_order_relaxed);
-  turn_.fetch_add(1);
+  now_serving_.fetch_add(1);
   if (sleepers_.load() == 0) return;
-  { const std::lock_guard sleep(sleep_); }
+  { const std::lock_guard sleep(sleep_mutex_); }
   turn_changed_.notify_all();
 }
 
@@ -98,21 +98,21 @@ bool EosLock::IsHeldByThisThread() const {
 
 // Relaxed: a ticket that is not seen here is seen at the next step.
 bool EosLock::IsWaitedFor() const {
-  return keeps_workers_out_.load(std::memory_order_relaxed) ||
-         next_ticket_.load(std::memory_order_relaxed) != turn_.load() + 1;
+  return workers_blocked_.load(std::memory_order_relaxed) ||
+         next_ticket_.load(std::memory_order_relaxed) != now_serving_.load() + 1;
 }
 
 // Without a thread of its own a worker's steps run inside a tick, which holds the lock already.
 WorkerStep::WorkerStep() {
   if (!eos_lock.IsHeldByThisThread()) {
-    only_worker_ = std::unique_lock(eos_lock.only_worker_);
-    while (eos_lock.keeps_workers_out_.load()) std::this_thread::sleep_for(kSleepTime);
+    worker_lock_ = std::unique_lock(eos_lock.worker_mutex_);
+    while (eos_lock.workers_blocked_.load()) std::this_thread::sleep_for(kSleepTime);
   }
   eos_ = std::unique_lock(eos_lock);
 }
 
 void WorkerStep::YieldToTick() {
-  if (!only_worker_.owns_lock() || !eos_lock.IsWaitedFor()) return;
+  if (!worker_lock_.owns_lock() || !eos_lock.IsWaitedFor()) return;
   eos_.unlock();
   eos_.lock();
 }

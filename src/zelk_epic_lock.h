@@ -38,14 +38,14 @@ class EosLock {
   friend class WorkerStep;
 
   std::atomic<uint32_t> next_ticket_{0};
-  std::atomic<uint32_t> turn_{0};      // the ticket that may enter
-  std::atomic<uint32_t> sleepers_{0};  // threads that sleep until their turn
-  std::mutex sleep_;
+  std::atomic<uint32_t> now_serving_{0};  // the ticket that may enter
+  std::atomic<uint32_t> sleepers_{0};     // threads that sleep until their turn
+  std::mutex sleep_mutex_;
   std::condition_variable turn_changed_;
   std::atomic<std::thread::id> owner_{};
-  int depth_ = 0;  // how often the owner has taken it; the owner's only
-  std::atomic<bool> keeps_workers_out_{false};  // for a thread that waits without a ticket
-  std::mutex only_worker_;                      // of the worker that may draw a ticket
+  int depth_ = 0;                             // how often the owner has taken it; the owner's only
+  std::atomic<bool> workers_blocked_{false};  // for a thread that waits without a ticket
+  std::mutex worker_mutex_;                   // of the worker that may draw a ticket
 };
 
 // The one of the process. Never destroyed.
@@ -62,7 +62,7 @@ class WorkerStep {
   void YieldToTick();
 
  private:
-  std::unique_lock<std::mutex> only_worker_;  // released last
+  std::unique_lock<std::mutex> worker_lock_;  // released last
   std::unique_lock<EosLock> eos_;
 };
 

@@ -39,7 +39,7 @@ PendingContext** InFlight::Find(uintptr_t id) noexcept {
   return link;
 }
 
-// Looks for every number that there ever was: that takes no memory, and no list for this alone.
+// Tries every id handed out so far: that takes no memory, and no list for this alone.
 void InFlight::AnswerAfterShutdown() noexcept {
   for (uintptr_t id = 1; id <= last_id; ++id) {
     PendingContext** const link = Find(id);

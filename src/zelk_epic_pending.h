@@ -1,5 +1,5 @@
-// The contexts of requests in progress: what stands behind the client data that EOS holds from a
-// call to its completion. Any thread may make a context; all else is done under the EOS lock.
+// The contexts of requests in progress, behind the client data that EOS holds from a call to its
+// completion. Any thread may make and free one of its own; all else is done under the EOS lock.
 #pragma once
 
 #include <cstdint>
@@ -41,8 +41,8 @@ class PendingContext {
 
 // What EOS holds. Takes no memory, and never fails.
 //
-// The client data is a number, which no other context of the process ever has: a completion that
-// EOS was not to run any more finds nothing, and never the context of another request.
+// The client data is a number, which no other context of the process ever has: a late or
+// repeated completion finds no context, and never the one of another request.
 class InFlight {
  public:
   // Hands `context` over to EOS. Returns the client data for the call that is about to be made: the

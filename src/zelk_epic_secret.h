@@ -1,4 +1,4 @@
-// Passwords, codes and tokens: texts that leave no trace in memory.
+// Passwords, codes and tokens: strings that leave no trace in memory.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +6,10 @@
 
 namespace zelk {
 
-// Overwrites all that `text` has in memory, and empties it. To be called before such a text is
-// replaced or freed. Never throws: a text grows within its capacity without taking memory.
+// Overwrites all that `text` has in memory, and empties it. To be called before such a string
+// is replaced or freed. Never throws: a string grows within its capacity without taking memory.
 inline void Wipe(std::string& text) noexcept {
-  text.resize(text.capacity());        // a longer text may have been here before
+  text.resize(text.capacity());        // a longer one may have been here before
   volatile char* bytes = text.data();  // volatile: nobody reads what is written here
   for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = 0;
   text.clear();

@@ -9,15 +9,14 @@
 
 namespace zelk {
 
-// A text of EOS, which may be null.
+// A string of EOS, which may be null.
 inline const char* TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
 // The level of a message, which is not EOS_LOG_Off.
 inline LogLevel SdkLevel(EOS_ELogLevel level) {
-  if (level == EOS_ELogLevel::EOS_LOG_Warning) return kLogWarning;
-  const bool is_error =
-      level == EOS_ELogLevel::EOS_LOG_Fatal || level == EOS_ELogLevel::EOS_LOG_Error;
-  return is_error ? kLogError : kLogInfo;
+  using enum EOS_ELogLevel;
+  if (level == EOS_LOG_Warning) return kLogWarning;
+  return level == EOS_LOG_Fatal || level == EOS_LOG_Error ? kLogError : kLogInfo;
 }
 
 // The result code of a completion, as a number.

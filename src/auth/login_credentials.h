@@ -73,9 +73,9 @@ inline EOS_EAuthScopeFlags ScopeFlagOf(std::string_view word) {
   return EOS_EAuthScopeFlags::EOS_AS_NoFlags;
 }
 
-// The options of EOS_Auth_Login, the credentials that they point to, and the texts that those point
-// to, in one object. It is destroyed, and with it every trace of the texts, as soon as the call
-// that reads it has returned.
+// The options of EOS_Auth_Login, the credentials that they point to, and the strings that those
+// point to, in one object. It is destroyed, and with it every trace of the strings, as soon as the
+// call that reads it has returned.
 class LoginCredentials {
  public:
   // `parameters` has what `mode` needs.

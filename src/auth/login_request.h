@@ -34,14 +34,14 @@ struct LoginClientData final : PendingContext {
   int completions_owed_ = 0;                         // that EOS has still to run
 };
 
-// A pin grant completes once to show the player the code, and again when the player has entered it.
+// EOS retries on its own, or shows the player a PIN, and completes again when the outcome is known.
 inline bool LoginCompletesAgain(EOS_EResult result) {
   return result == EOS_EResult::EOS_OperationWillRetry ||
          result == EOS_EResult::EOS_Auth_PinGrantCode;
 }
 
 // Frees the client data with everything in it. But while EOS has announced another completion, the
-// client data stays behind, empty, until that one finds it so.
+// client data is kept, empty, until that one finds it so.
 inline void ReleaseLoginClientData(std::unique_ptr<LoginClientData> client_data) {
   client_data->login_options_.reset();
   client_data->base_params_.reset();

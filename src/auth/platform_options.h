@@ -39,8 +39,8 @@ inline const char* EncryptionKey() {
   return encryption_key.c_str();
 }
 
-// The temporary-files directory, where EOS keeps what outlives the process. Asked for until there
-// is an answer.
+// The temporary-files directory, where EOS keeps what outlives the process. Retried until it
+// succeeds.
 inline const char* CacheDirectory() {
   constexpr DWORD kSize = 1024;
   static char cache_directory[kSize];

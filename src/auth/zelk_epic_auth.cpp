@@ -71,19 +71,6 @@ bool ConvertId(const char* function, Id id, EOS_EResult(EOS_CALL* to_string)(Id,
 
 }  // namespace
 
-// --- what becomes of a login that no step of it ends ---
-
-void LoginRequest::AnswerAfterShutdown() {
-  if (owes_answer) EndWithNullPlatform(params);
-  owes_answer = false;
-}
-
-LoginRequest::~LoginRequest() {
-  const auto answer = [this] { CommitCode<AuthResult>(params, kResultUnknownError); };
-  if (owes_answer) AtBoundary("zelk::LoginRequest::~LoginRequest", answer);
-  Wipe(params.extra_json);
-}
-
 // --- the object ---
 
 EOS_HAuth EpicAuth::epic_auth_handle_ = nullptr;
@@ -93,8 +80,8 @@ std::string& EpicAuth::local_product_userid_ = product_userid_of_process.object;
 EpicAuth::EpicAuth() { ZELK_LOG(kLogInfo, "EpicAuth construction"); }
 
 EpicAuth* EpicAuth::GetInstance() {
-  static auto* const instance = new EpicAuth;
-  return instance;
+  static NoDestructor<EpicAuth> instance;
+  return &instance.object;
 }
 
 // --- the log bridge and the conversions ---
@@ -190,7 +177,7 @@ void EpicAuth::ShutDown() {
   }
 }
 
-// Kept once it was had, also when the platform is gone: check the platform before any use.
+// Cached for the process, never reset: check the platform before any use.
 bool EpicAuth::FetchAuthInterface() {
   if (epic_auth_handle_ == nullptr) {
     epic_auth_handle_ = EOS_Platform_GetAuthInterface(epic_platform_handle_);
@@ -319,6 +306,19 @@ void EpicAuth::EndWithThirdError(std::unique_ptr<LoginRequest> request, EOS_ERes
   request->owes_answer = false;
 }
 
+// --- what becomes of a login that no step of it ends ---
+
+void LoginRequest::AnswerAfterShutdown() {
+  if (owes_answer) EndWithNullPlatform(params);
+  owes_answer = false;
+}
+
+LoginRequest::~LoginRequest() {
+  const auto answer = [this] { CommitCode<AuthResult>(params, kResultUnknownError); };
+  if (owes_answer) AtBoundary("zelk::LoginRequest::~LoginRequest", answer);
+  Wipe(params.extra_json);
+}
+
 // --- the Auth login ---
 
 void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo* data) {
@@ -354,11 +354,12 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
   });
 }
 
-// With the login mode's own credentials; the same client data goes back to EOS.
+// With the login mode's own credentials. The same client data goes back to EOS, so a completion of
+// the first attempt that were to come twice would count as the second's.
 void EpicAuth::IssueDefaultLogin(std::unique_ptr<LoginClientData> client_data) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(client_data));
   ZELK_LOG_AS(kLoginCompleteFunction, kLogInfo, "enter default login flow");
-  // Theirs is the stack from here on: they outlive the call, and no more.
+  // Moved to the stack: destroyed when the call has returned.
   const std::unique_ptr<LoginCredentials> credentials = std::move(client_data->login_options_);
   ++client_data->completions_owed_;
   void* const handed_over = InFlight::HandOver(EosCall::kAuthLogin, std::move(client_data));

@@ -1,5 +1,5 @@
 // The friend messages of the core, exported a second time by the plugin under their plain name.
-// Needs no header of a standard library; who sends a message includes sdk_string.h as well.
+// Needs no header of a standard library; callers include sdk_string.h as well.
 #pragma once
 
 #include "core_contract/export.h"

@@ -17,7 +17,7 @@
 
 namespace zelk {
 
-// How grave a line is; the logger drops what lies below its threshold.
+// The severity of a line; the logger drops what lies below its threshold.
 enum LogLevel : int32_t {
   kLogInfo = 1,
   kLogWarning = 2,

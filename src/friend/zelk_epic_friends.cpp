@@ -43,10 +43,10 @@ constexpr char kThirdError[] = "third error, see third code";
 
 constexpr char kQueryCompleteFunction[] = "zelk::EpicFriend::QueryFriendsCompleteCallbackFn";
 
-// The Friends interface. Kept once it was had, also when the platform is gone: check the platform
-// before any use.
+// The Friends interface. Cached for the process, never reset: check the platform before any use.
 EOS_HFriends epic_friends_handle = nullptr;
 
+// Takes no string by value: it may be the want of memory that is reported.
 void CommitFailure(const BaseParams& params, int32_t ret_code, const char* ret_msg,
                    int32_t third_code, const char* third_msg) {
   FriendResult result(ret_code, third_code, ret_msg);
@@ -58,8 +58,7 @@ void CommitFailure(const BaseParams& params, int32_t ret_code, const char* ret_m
   Commit(params, result);
 }
 
-// A failure that the plugin found itself: code and message stand in both places. Takes no memory of
-// its own, for it may be the want of memory that it reports.
+// A failure that the plugin found itself: code and message stand in both places.
 void CommitFailure(const BaseParams& params, int32_t code, const char* message) {
   CommitFailure(params, code, message, code, message);
 }
@@ -82,9 +81,8 @@ struct QueryFriendsContext final : PendingContext {
 // The signed-in account as EOS knows it; null when there is none, or no platform.
 EOS_EpicAccountId SignedInAccount(const EpicAuth& auth) {
   if (auth.account_id().empty() || auth.platform() == nullptr) return nullptr;
-  const EOS_EpicAccountId account_id = EpicAuth::EpicAccountIdFromString(auth.account_id());
-  if (account_id == nullptr || EOS_EpicAccountId_IsValid(account_id) == EOS_FALSE) return nullptr;
-  return account_id;
+  const EOS_EpicAccountId id = EpicAuth::EpicAccountIdFromString(auth.account_id());
+  return id != nullptr && EOS_EpicAccountId_IsValid(id) != EOS_FALSE ? id : nullptr;
 }
 
 // Indices into the friend list, from `start` up to but not including `current`.
@@ -146,8 +144,8 @@ std::shared_ptr<const PersonList> ListFriends(EOS_EpicAccountId local_user,
 }
 
 // False when another completion, or the shutdown, has still to end the query.
-bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
-              const QueryFriendsContext& context) {
+bool HandleQueryResult(const EOS_Friends_QueryFriendsCallbackInfo& data,
+                       const QueryFriendsContext& context) {
   const FriendRequest& request = *context.base_params;
   const bool is_final = data.ResultCode != EOS_OperationWillRetry;
   if (request.seq_id.empty()) {
@@ -188,8 +186,8 @@ bool EndQuery(const EOS_Friends_QueryFriendsCallbackInfo& data,
 }  // namespace
 
 EpicFriend* EpicFriend::GetInstance() {
-  static auto* const instance = new EpicFriend;
-  return instance;
+  static NoDestructor<EpicFriend> instance;
+  return &instance.object;
 }
 
 void EpicFriend::QueryFriends(const BaseParams& params, int32_t page, int32_t count,
@@ -241,7 +239,7 @@ EpicFriend::QueryFriendsCompleteCallbackFn(const EOS_Friends_QueryFriendsCallbac
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
     context = InFlight::Reclaim<QueryFriendsContext>(EosCall::kQueryFriends, data->ClientData);
     if (context == nullptr) return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
-    if (!EndQuery(*data, *context)) InFlight::Return(std::move(context));
+    if (!HandleQueryResult(*data, *context)) InFlight::Return(std::move(context));
   };
   AtBoundary(kQueryCompleteFunction, complete, [&context] {
     if (context != nullptr) CommitUnknownError(*context->base_params);
@@ -255,7 +253,7 @@ namespace {
 // The friends of a page with their details, in the order in which the answers arrive, and what the
 // answer to the page is made of. The worker and the contexts of the page share it; touched under
 // the EOS lock only.
-struct DetailList {
+struct Page {
   // The platform is there, and the player who asked.
   bool HasAccount() const {
     return EpicAuth::GetInstance()->platform() != nullptr && request->IsOfSignedInAccount();
@@ -278,39 +276,39 @@ struct DetailList {
 
 // The pages that wait for their answer, the oldest first, and those answered since the last tick.
 // Under the EOS lock.
-NoDestructor<std::list<std::shared_ptr<DetailList>>> pages;
+NoDestructor<std::list<std::shared_ptr<Page>>> pages;
 
-void CommitPage(DetailList& details) {
+void CommitPage(Page& page) {
   FriendResult result(kResultSuccess);
-  result.method_id = details.request->method_id;
+  result.method_id = page.request->method_id;
   result.ret_msg = "success.";
-  details.failure = kUnknownError;  // should this throw, there are no friends any more
-  result.friend_info_list = std::move(details.friends);
+  page.failure = kUnknownError;  // should this throw, there are no friends any more
+  result.friend_info_list = std::move(page.friends);
   JSONWriter document;
   document.StartJsonConvert();
-  document.Convert("total", static_cast<unsigned long long>(details.total))
-      .Convert("current", static_cast<unsigned long long>(details.current))
-      .Convert("is_in_game", details.is_in_game);
+  document.Convert("total", static_cast<unsigned long long>(page.total))
+      .Convert("current", static_cast<unsigned long long>(page.current))
+      .Convert("is_in_game", page.is_in_game);
   document.EndJsonConvert();
   result.extra_json = document.GetJsonString();
-  Commit(*details.request, result);
+  Commit(*page.request, result);
 }
 
 // The only place where a page, or its failure, is committed: by the completion after which it is
 // due, by the tick, and after the shutdown. When there is not even the memory for a failure, the
 // page stays open and the next tick tries again.
-void AnswerIfDue(DetailList& details) noexcept {
+void AnswerIfDue(Page& page) noexcept {
   eos_lock.AssertHeld();
-  if (!details.is_open || !details.IsDue()) return;
-  const auto answer = [&details] {
-    if (!details.HasAccount()) {
-      CommitFailure(*details.request, kResultNeedLogin, kInvalidAccount);
-    } else if (details.failure != nullptr) {
-      CommitFailure(*details.request, kResultUnknownError, details.failure);
+  if (!page.is_open || !page.IsDue()) return;
+  const auto answer = [&page] {
+    if (!page.HasAccount()) {
+      CommitFailure(*page.request, kResultNeedLogin, kInvalidAccount);
+    } else if (page.failure != nullptr) {
+      CommitFailure(*page.request, kResultUnknownError, page.failure);
     } else {
-      CommitPage(details);
+      CommitPage(page);
     }
-    details.is_open = false;
+    page.is_open = false;
   };
   AtBoundary("zelk::EpicFriend::AnswerDuePages", answer, answer);
 }
@@ -324,7 +322,7 @@ struct FriendsInfoThreadContext {
   int32_t current;
   bool is_in_game;
   int64_t total;
-  std::shared_ptr<DetailList> friends_info;
+  std::shared_ptr<Page> friends_info;
   HMODULE library = nullptr;  // a reference of the thread's own, if the worker has one
 };
 
@@ -336,7 +334,8 @@ struct ReleaseThreadContext {
 };
 using ThreadContext = std::unique_ptr<FriendsInfoThreadContext, ReleaseThreadContext>;
 
-// The client data of one friend's EOS_UserInfo_QueryUserInfo.
+// The client data of one friend's EOS_UserInfo_QueryUserInfo. The interface fixes its fields, also
+// those that are not read: what decides on the page's answer is the page, `friends_info`.
 struct FriendUserInfoContext final : PendingContext {
   FriendUserInfoContext(const FriendsInfoThreadContext& worker, const PersonInfo& entry,
                         EOS_HUserInfo user_info)
@@ -352,7 +351,7 @@ struct FriendUserInfoContext final : PendingContext {
   void AnswerAfterShutdown() override { AnswerIfDue(*friends_info); }
 
   std::shared_ptr<const FriendRequest> base_params;
-  std::shared_ptr<DetailList> friends_info;
+  std::shared_ptr<Page> friends_info;
   int64_t expected_count;
   int64_t current;
   int64_t total;
@@ -370,7 +369,7 @@ ThreadContext MakeThreadContext(FriendsInfoThreadContext context) {
 // A step of the worker: what is found at its beginning holds to its end. False, and nothing was
 // called, when the page is not in progress any more.
 template <class EosCalls>
-bool InStep(const FriendsInfoThreadContext& worker, EosCalls call) {
+bool RunStep(const FriendsInfoThreadContext& worker, EosCalls call) {
   const WorkerStep step;
   if (!worker.friends_info->IsInProgress()) return false;
   call();
@@ -381,20 +380,20 @@ bool InStep(const FriendsInfoThreadContext& worker, EosCalls call) {
 // the context made before it: a logger may be slow. False when the page is not in progress.
 bool AskForFriend(const FriendsInfoThreadContext& worker, EOS_HUserInfo user_info,
                   EOS_EpicAccountId local_user, const PersonInfo& entry) {
-  DetailList& details = *worker.friends_info;
+  Page& page = *worker.friends_info;
   EpicAuth::LogAccountIdFromString(entry.openid.c_str());
   // Declared before the step, so that one that is not handed over is freed after it.
   auto context = std::make_unique<FriendUserInfoContext>(worker, entry, user_info);
   WorkerStep step;
-  if (!details.IsInProgress()) return false;
+  if (!page.IsInProgress()) return false;
   const EOS_EpicAccountId friend_id = EOS_EpicAccountId_FromString(entry.openid.c_str());
   if (friend_id == nullptr) {
-    // Counts as asked in vain. There is room for all of the page.
-    details.friends.push_back(std::move(context->person));
+    // Counts as a failed request. There is room for all of the page.
+    page.friends.push_back(std::move(context->person));
     return true;
   }
   step.YieldToTick();
-  if (!details.IsInProgress()) return false;
+  if (!page.IsInProgress()) return false;
   const EOS_UserInfo_QueryUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
   void* const handed_over = InFlight::HandOver(EosCall::kQueryFriendUserInfo, std::move(context));
@@ -406,19 +405,19 @@ bool AskForFriend(const FriendsInfoThreadContext& worker, EOS_HUserInfo user_inf
 // Asks EOS for the details of every friend of the page, as long as it is in progress.
 void AskForFriends(const FriendsInfoThreadContext& worker) {
   constexpr uint64_t kLeastCapacity = 32;
-  DetailList& details = *worker.friends_info;
+  Page& page = *worker.friends_info;
   PersonList empty(std::max(kLeastCapacity, worker.friends->size()));
   EOS_HUserInfo user_info = nullptr;
   const auto begin = [&] {
-    details.friends = std::move(empty);
+    page.friends = std::move(empty);
     user_info = EOS_Platform_GetUserInfoInterface(EpicAuth::GetInstance()->platform());
-    if (user_info == nullptr) details.failure = kNoUserInfoInterface;
+    if (user_info == nullptr) page.failure = kNoUserInfoInterface;
   };
-  if (!InStep(worker, begin) || user_info == nullptr) return;
+  if (!RunStep(worker, begin) || user_info == nullptr) return;
   const char* account_id = worker.base_params->account_id.c_str();
   EpicAuth::LogAccountIdFromString(account_id);
   EOS_EpicAccountId local_user = nullptr;
-  if (!InStep(worker, [&] { local_user = EOS_EpicAccountId_FromString(account_id); })) return;
+  if (!RunStep(worker, [&] { local_user = EOS_EpicAccountId_FromString(account_id); })) return;
   for (const PersonInfo& entry : *worker.friends) {
     if (!AskForFriend(worker, user_info, local_user, entry)) return;
   }
@@ -463,9 +462,8 @@ struct ReleaseUserInfo {
 // Leaves the person as it is when EOS has nothing on the friend.
 void CopyDetails(FriendUserInfoContext& context) {
   const EpicAuth& auth = *EpicAuth::GetInstance();
-  const EOS_EpicAccountId local_user = EpicAuth::EpicAccountIdFromString(auth.account_id());
-  const EOS_EpicAccountId friend_id =
-      EpicAuth::EpicAccountIdFromString(context.person.openid.c_str());
+  const auto local_user = EpicAuth::EpicAccountIdFromString(auth.account_id());
+  const auto friend_id = EpicAuth::EpicAccountIdFromString(context.person.openid.c_str());
   const EOS_UserInfo_CopyUserInfoOptions options{
       .ApiVersion = 1, .LocalUserId = local_user, .TargetUserId = friend_id};
   EOS_UserInfo* copy = nullptr;
@@ -480,9 +478,9 @@ void CopyDetails(FriendUserInfoContext& context) {
 }  // namespace
 
 void EpicFriend::AnswerDuePages() noexcept {
-  pages.object.remove_if([](const std::shared_ptr<DetailList>& details) {
-    AnswerIfDue(*details);
-    return !details->is_open;
+  pages.object.remove_if([](const std::shared_ptr<Page>& page) {
+    AnswerIfDue(*page);
+    return !page->is_open;
   });
 }
 
@@ -491,19 +489,19 @@ void EpicFriend::PinLibrary() { ReferenceToLibrary(GET_MODULE_HANDLE_EX_FLAG_PIN
 void EpicFriend::QueryFirendsInfoInThread(const std::shared_ptr<const FriendRequest>& params,
                                           const std::shared_ptr<const PersonList>& friends,
                                           int32_t current, int32_t total, bool is_in_game) {
-  const auto details = std::make_shared<DetailList>(DetailList{.request = params,
-                                                               .expected_count = friends->size(),
-                                                               .current = current,
-                                                               .total = total,
-                                                               .is_in_game = is_in_game});
+  const auto page = std::make_shared<Page>(Page{.request = params,
+                                                .expected_count = friends->size(),
+                                                .current = current,
+                                                .total = total,
+                                                .is_in_game = is_in_game});
   ThreadContext context = MakeThreadContext({.base_params = params,
                                              .friends = friends,
                                              .current = current,
                                              .is_in_game = is_in_game,
                                              .total = total,
-                                             .friends_info = details});
+                                             .friends_info = page});
+  pages.object.push_back(page);
   // From here on the page owes the answer, and nothing throws.
-  pages.object.push_back(details);
   FriendsInfoThreadContext* const handed_over = context.release();
   if (StartWorker(*handed_over))
     return ZELK_LOG(kLogInfo,
@@ -531,18 +529,18 @@ void EOS_CALL EpicFriend::QueryFriendUserInfoCompleteCallbackFn(
   std::unique_ptr<FriendUserInfoContext> context;
   const auto complete = [data, &context] {
     if (data == nullptr) return ZELK_LOG(kLogError, "NULL Data for CallbackFn");
-    const bool will_retry = data->ResultCode == EOS_OperationWillRetry;
     context =
         InFlight::Reclaim<FriendUserInfoContext>(EosCall::kQueryFriendUserInfo, data->ClientData);
     if (context == nullptr) return ZELK_LOG(kLogError, "NULL ClientData for CallbackFn");
-    const bool is_shutting_down = EpicAuth::GetInstance()->platform() == nullptr;
-    if (will_retry || is_shutting_down) return InFlight::Return(std::move(context));
-    DetailList& details = *context->friends_info;
-    if (details.IsInProgress()) {
+    const bool comes_again = data->ResultCode == EOS_OperationWillRetry;
+    if (comes_again || EpicAuth::GetInstance()->platform() == nullptr)
+      return InFlight::Return(std::move(context));
+    Page& page = *context->friends_info;
+    if (page.IsInProgress()) {
       if (data->ResultCode == EOS_Success) CopyDetails(*context);
-      details.friends.push_back(std::move(context->person));
+      page.friends.push_back(std::move(context->person));
     }
-    AnswerIfDue(details);
+    AnswerIfDue(page);
   };
   // Without this friend its page will never be complete.
   AtBoundary("zelk::EpicFriend::QueryFriendUserInfoCompleteCallbackFn", complete, [&context] {
