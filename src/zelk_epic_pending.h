@@ -41,8 +41,8 @@ class PendingContext {
 
 // What EOS holds. Takes no memory, and never fails.
 //
-// The client data is a number, which no other context of the process ever has: a late or
-// repeated completion finds no context, and never the one of another request.
+// The client data is a number, which no other context of the process ever has: a late or repeated
+// completion finds no context, and never the one of another request.
 class InFlight {
  public:
   // Hands `context` over to EOS. Returns the client data for the call that is about to be made: the

@@ -40,8 +40,7 @@ inline bool LoginCompletesAgain(EOS_EResult result) {
          result == EOS_EResult::EOS_Auth_PinGrantCode;
 }
 
-// Frees the client data with everything in it. But while EOS has announced another completion, the
-// client data is kept, empty, until that one finds it so.
+// Frees the client data; while EOS has announced another completion, it is kept, empty, for that.
 inline void ReleaseLoginClientData(std::unique_ptr<LoginClientData> client_data) {
   client_data->login_options_.reset();
   client_data->base_params_.reset();

@@ -39,8 +39,7 @@ inline const char* EncryptionKey() {
   return encryption_key.c_str();
 }
 
-// The temporary-files directory, where EOS keeps what outlives the process. Retried until it
-// succeeds.
+// The temporary directory, where EOS keeps what outlives the process. Retried until it succeeds.
 inline const char* CacheDirectory() {
   constexpr DWORD kSize = 1024;
   static char cache_directory[kSize];

@@ -354,8 +354,8 @@ void EOS_CALL EpicAuth::LoginCompleteCallbackFn(const EOS_Auth_LoginCallbackInfo
   });
 }
 
-// With the login mode's own credentials. The same client data goes back to EOS, so a completion of
-// the first attempt that were to come twice would count as the second's.
+// With the login mode's own credentials. The same client data goes back to EOS, so if it
+// completed the first attempt twice, that would count as the second's completion.
 void EpicAuth::IssueDefaultLogin(std::unique_ptr<LoginClientData> client_data) {
   if (epic_platform_handle_ == nullptr) return InFlight::Return(std::move(client_data));
   ZELK_LOG_AS(kLoginCompleteFunction, kLogInfo, "enter default login flow");
