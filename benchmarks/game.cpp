@@ -62,11 +62,7 @@ void SetUpWorld(const std::filesystem::path& directory) {
   SetTemporaryDirectory(directory);
   foundation_standin::SetStoreDirectory(directory);
   foundation_standin::SetLogThreshold(kLogError);
-  for (const char* key :
-       {"EPIC_PRODUCT_NAME", "EPIC_PRODUCT_VERSION", "EPIC_PRODUCT_ID", "EPIC_SANDBOX_ID",
-        "EPIC_DEPLOYMENT_ID", "EPIC_CLIENT_ID", "EPIC_CLIENT_SECRET"}) {
-    core_standin::SetConfig("ZELK", key, "benchmark");
-  }
+  for (const char* key : host::kConfigKeys) core_standin::SetConfig("ZELK", key, "benchmark");
   eos_standin::SetWorld({{"accounts",
                           {{{"name", "player"},
                             {"account_id", std::string(31, '0') + "1"},

@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "core_contract/method_id.h"
 #include "eos_standin.h"
 #include "plugin_library.h"
 #include "windows_standin.h"
@@ -51,11 +52,7 @@ inline const host::PluginLibrary& Load(
   setenv("TMPDIR", Directory().c_str(), 1);
   foundation_standin::SetStoreDirectory(Directory());
   foundation_standin::SetLogSinks({std::move(sink)});
-  for (const char* key :
-       {"EPIC_PRODUCT_NAME", "EPIC_PRODUCT_VERSION", "EPIC_PRODUCT_ID", "EPIC_SANDBOX_ID",
-        "EPIC_DEPLOYMENT_ID", "EPIC_CLIENT_ID", "EPIC_CLIENT_SECRET"}) {
-    core_standin::SetConfig("ZELK", key, "fuzz");
-  }
+  for (const char* key : host::kConfigKeys) core_standin::SetConfig("ZELK", key, "fuzz");
   return *new host::PluginLibrary(ZELK_PLUGIN_FILE);
 }
 

@@ -34,8 +34,8 @@ void LogIn(const BaseParams& params, const std::string& permissions, bool automa
 }
 
 void ComeBackAndLeave() {
-  const BaseParams friends{203, "friends", "", ""}, back{101, "back", "", ""},
-      out{107, "out", "", ""};
+  const BaseParams friends{kMethodIDFriendQueryFriends, "friends", "", ""},
+      back{kMethodIDAuthAutoLogin, "back", "", ""}, out{kMethodIDAuthLogout, "out", "", ""};
   ExpectOneAnswer(friends, [&] { Plugin().query_friends(friends, 2, 3, true); });
   LogIn(back, "friends_list", true);
   ExpectOneAnswer(out, [&] { Plugin().logout(out); });
@@ -47,7 +47,7 @@ void ComeBackAndLeave() {
 using namespace zelk::fuzz;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  LogIn({102, "first", "", R"({"LoginMode":"AccountPortal"})"}, "", false);
+  LogIn({zelk::kMethodIDAuthLogin, "first", "", R"({"LoginMode":"AccountPortal"})"}, "", false);
   ComeBackAndLeave();
   return 0;
 }

@@ -58,7 +58,7 @@ int SettleAndCount() {
 }
 
 void SignOut() {
-  Plugin().logout({107, "out", "", ""});
+  Plugin().logout({kMethodIDAuthLogout, "out", "", ""});
   Expect(SettleAndCount() == 1, "an answer to the sign-out");
 }
 
@@ -68,7 +68,7 @@ void SignOut() {
 using namespace zelk::fuzz;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  Plugin().login({102, "first", "", R"({"LoginMode":"AccountPortal"})"}, "");
+  Plugin().login({zelk::kMethodIDAuthLogin, "first", "", R"({"LoginMode":"AccountPortal"})"}, "");
   SettleAndCount();
   SignOut();
   return 0;

@@ -29,6 +29,12 @@ inline constexpr char kSendMessageName[] =
     "_ZN4zelk6Friend11SendMessageERKNS_13FriendReqInfoERKNS_13zelk_tp_stl_c12basic_stringIcEE";
 #endif
 
+// What the plugin reads of the section "ZELK" of the core's configuration.
+inline constexpr std::array kConfigKeys{
+    "EPIC_PRODUCT_NAME",  "EPIC_PRODUCT_VERSION", "EPIC_PRODUCT_ID",    "EPIC_SANDBOX_ID",
+    "EPIC_DEPLOYMENT_ID", "EPIC_CLIENT_ID",       "EPIC_CLIENT_SECRET",
+};
+
 // EOS will try a failed call again: a result with this `third_code` is not the last of its request.
 inline constexpr int32_t kWillRetry = 19;
 

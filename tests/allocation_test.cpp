@@ -318,7 +318,7 @@ TEST_P(OutOfMemory, RequestsAreAnsweredWithoutNodes) {
 #if !defined(_WIN32)
 // A page whose last friend arrives while its worker runs, in a tick in which the core cannot take
 // an answer: what comes later is no page of friends that the first attempt has used up.
-TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotGivenHollow) {
+TEST_P(OutOfMemory, PageThatTheCoreCannotTakeIsNotAnsweredWithEmptyFriends) {
   constexpr int64_t kFriends = 3;
   constexpr int64_t kMostAttempts = 1000;
   SignIn();
@@ -444,7 +444,8 @@ TEST(StandInMemory, IsNeverNeededToGiveSomethingBackNorMissedByAnException) {
 #endif
 
 INSTANTIATE_TEST_SUITE_P(Shortages, OutOfMemory,
-                         testing::Values(ShortageRow{"Once", false}, ShortageRow{"Lasting", true}),
+                         testing::Values(ShortageRow{.name = "Once", .lasting = false},
+                                         ShortageRow{.name = "Lasting", .lasting = true}),
                          kNameOfRow);
 
 }  // namespace

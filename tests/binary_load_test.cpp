@@ -13,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "core_contract/method_id.h"
 #include "eos_standin.h"
 #include "plugin_library.h"
 #include "zelk_core_standin.h"
@@ -98,9 +99,7 @@ class WorkerInside : public testing::Test {
     using zelk::host::EntryPoint;
     file_ = std::filesystem::absolute(ZELK_PLUGIN_FILE);
     directory_ = EnterEmptyDirectory();
-    for (const char* key :
-         {"EPIC_PRODUCT_NAME", "EPIC_PRODUCT_VERSION", "EPIC_PRODUCT_ID", "EPIC_SANDBOX_ID",
-          "EPIC_DEPLOYMENT_ID", "EPIC_CLIENT_ID", "EPIC_CLIENT_SECRET"}) {
+    for (const char* key : zelk::host::kConfigKeys) {
       zelk::core_standin::SetConfig("ZELK", key, "test");
     }
     eos_standin::SetWorld({{"accounts",
@@ -120,10 +119,10 @@ class WorkerInside : public testing::Test {
         EntryPointOf(library_, &zelk_epic_friend_queryfriends, EntryPoint::kQueryFriends);
     const auto update = EntryPointOf(library_, &zelk_epic_update, EntryPoint::kUpdate);
     shutdown_ = EntryPointOf(library_, &zelk_epic_shutdown, EntryPoint::kShutdown);
-    login({102, "login", "", R"({"LoginMode":"AccountPortal"})"},
+    login({zelk::kMethodIDAuthLogin, "login", "", R"({"LoginMode":"AccountPortal"})"},
           "basic_profile,friends_list,presence");
     while (zelk::core_standin::DrainTaskQueue([](const auto&) {}) == 0) update();
-    query({203, "page", "", ""}, 1, kFriends, false);
+    query({zelk::kMethodIDFriendQueryFriends, "page", "", ""}, 1, kFriends, false);
     update();  // lists the page, and starts the worker
     while (asked_ < asked) std::this_thread::yield();
   }
@@ -143,7 +142,7 @@ TEST_F(WorkerInside, DISABLED_Unloads) {
   const bool logs_out = random() % 2 == 0;
   if (logs_out) {
     EntryPointOf(library_, &zelk_epic_auth_logout,
-                 zelk::host::EntryPoint::kLogout)({107, "logout", "", ""});
+                 zelk::host::EntryPoint::kLogout)({zelk::kMethodIDAuthLogout, "logout", "", ""});
   }
   shutdown_();
   std::map<std::string, int32_t> answers;

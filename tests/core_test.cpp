@@ -23,11 +23,11 @@ TEST(TaskQueue, HandsOutCopiesOfEveryTypeInTheOrderOfTheCommits) {
     FriendResult friends(9999, 3, "third error");
     friends.friend_info_list.push_back(PersonInfo());
     friends.friend_info_list[0].user_name = "Ann";
-    InnerObserverHolder<FriendResult>::CommitToTaskQueue(friends, 203, "s1", true);
+    InnerObserverHolder<FriendResult>::CommitToTaskQueue(friends, 202, "s1", true);
     friends.friend_info_list[0].user_name = "Bob";
-    InnerObserverHolder<AuthPluginResult>::CommitToTaskQueue(AuthPluginResult(), 102, "s2", false);
-    InnerObserverHolder<AuthResult>::CommitToTaskQueue(AuthResult(17), 102, "s3", false);
-    InnerObserverHolder<BaseResult>::CommitToTaskQueue(BaseResult(11), 107, "s4", false);
+    InnerObserverHolder<AuthPluginResult>::CommitToTaskQueue(AuthPluginResult(), 106, "s2", false);
+    InnerObserverHolder<AuthResult>::CommitToTaskQueue(AuthResult(17), 101, "s3", false);
+    InnerObserverHolder<BaseResult>::CommitToTaskQueue(BaseResult(11), 105, "s4", false);
 
     std::string heads;
     const auto head = [&](const CommittedResult& result) {
@@ -45,7 +45,7 @@ TEST(TaskQueue, HandsOutCopiesOfEveryTypeInTheOrderOfTheCommits) {
     EXPECT_EQ(core_standin::DrainTaskQueue(head), 4U);
     EXPECT_EQ(
         heads,
-        "3 203 s1 1 9999 3 third error\n2 102 s2 0 0 0 \n1 102 s3 0 17 0 \n0 107 s4 0 11 0 \n");
+        "3 202 s1 1 9999 3 third error\n2 106 s2 0 0 0 \n1 101 s3 0 17 0 \n0 105 s4 0 11 0 \n");
     EXPECT_EQ(core_standin::DrainTaskQueue(head), 0U);
   }
   EXPECT_EQ(foundation_standin::NodesOut(), nodes);

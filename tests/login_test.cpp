@@ -143,16 +143,16 @@ TEST_F(Login, PassesTheConfigurationAndTheCacheDirectoryToEos) {
   SignIn();
   const Json initialize = CallsOf("EOS_Initialize").at(0);
   EXPECT_EQ(initialize["ApiVersion"], 3);
-  EXPECT_EQ(initialize["ProductName"], "Test");
-  EXPECT_EQ(initialize["ProductVersion"], "1.2");
+  EXPECT_EQ(initialize["ProductName"], "EPIC_PRODUCT_NAME");
+  EXPECT_EQ(initialize["ProductVersion"], "EPIC_PRODUCT_VERSION");
   EXPECT_TRUE(initialize["Reserved"].is_null());
   const Json platform = CallsOf("EOS_Platform_Create").at(0);
   EXPECT_EQ(platform["ApiVersion"], 7);
-  EXPECT_EQ(platform["ProductId"], "product");
-  EXPECT_EQ(platform["SandboxId"], "sandbox");
-  EXPECT_EQ(platform["DeploymentId"], "deployment");
-  EXPECT_EQ(platform["ClientCredentials"]["ClientId"], "client");
-  EXPECT_EQ(platform["ClientCredentials"]["ClientSecret"], "secret");
+  EXPECT_EQ(platform["ProductId"], "EPIC_PRODUCT_ID");
+  EXPECT_EQ(platform["SandboxId"], "EPIC_SANDBOX_ID");
+  EXPECT_EQ(platform["DeploymentId"], "EPIC_DEPLOYMENT_ID");
+  EXPECT_EQ(platform["ClientCredentials"]["ClientId"], "EPIC_CLIENT_ID");
+  EXPECT_EQ(platform["ClientCredentials"]["ClientSecret"], "EPIC_CLIENT_SECRET");
   EXPECT_EQ(platform["EncryptionKey"].get<std::string>().size(), 64U);
   EXPECT_TRUE(platform["OverrideCountryCode"].is_null());
   EXPECT_TRUE(platform["OverrideLocaleCode"].is_null());
@@ -242,8 +242,8 @@ INSTANTIATE_TEST_SUITE_P(
 struct ArgumentRow {
   const char* name;
   std::string extra_json;
-  const char* argument;
-  bool platform;  // whether EOS is brought up first
+  const char* argument = "LoginMode";
+  bool platform = false;  // whether EOS is brought up first
 };
 
 class LoginArgument : public Login, public testing::WithParamInterface<ArgumentRow> {};
@@ -261,22 +261,36 @@ TEST_P(LoginArgument, ThatIsMissingIsRefused) {
 INSTANTIATE_TEST_SUITE_P(
     Arguments, LoginArgument,
     testing::Values(
-        ArgumentRow{"Empty", "", "LoginMode", false},
-        ArgumentRow{"EmptyObject", "{}", "LoginMode", false},
-        ArgumentRow{"OtherCase", R"({"loginmode":"AccountPortal"})", "LoginMode", false},
-        ArgumentRow{"Array", R"(["LoginMode"])", "LoginMode", false},
-        ArgumentRow{"Malformed", R"({"LoginMode":"AccountPortal")", "LoginMode", false},
-        ArgumentRow{"NulInside", std::string("{\"LoginMode\":\0\"AccountPortal\"}", 29),
-                    "LoginMode", false},
-        ArgumentRow{"InvalidUtf8", "{\"LoginMode\":\"\xff\"}", "LoginMode", false},
-        ArgumentRow{"DeeplyNested", "{\"LoginMode\":" + std::string(1 << 20, '['), "LoginMode",
-                    false},
-        ArgumentRow{"NoId", R"({"LoginMode":"IDPassword","Password":"secret"})", "ID", true},
-        ArgumentRow{"NoIdNorPassword", R"({"LoginMode":"DevAuth","id":"player"})", "ID", true},
-        ArgumentRow{"NoPassword", R"({"LoginMode":"IDPassword","ID":"player"})", "Password", true},
-        ArgumentRow{"NoDevPassword", R"({"LoginMode":"DevAuth","ID":""})", "Password", true},
-        ArgumentRow{"NoCode", R"({"LoginMode":"ExchangeCode","ID":"a","Password":"b"})", "Code",
-                    true}),
+        ArgumentRow{.name = "Empty", .extra_json = ""},
+        ArgumentRow{.name = "EmptyObject", .extra_json = "{}"},
+        ArgumentRow{.name = "OtherCase", .extra_json = R"({"loginmode":"AccountPortal"})"},
+        ArgumentRow{.name = "Array", .extra_json = R"(["LoginMode"])"},
+        ArgumentRow{.name = "Malformed", .extra_json = R"({"LoginMode":"AccountPortal")"},
+        ArgumentRow{.name = "NulInside",
+                    .extra_json = std::string("{\"LoginMode\":\0\"AccountPortal\"}", 29)},
+        ArgumentRow{.name = "InvalidUtf8", .extra_json = "{\"LoginMode\":\"\xff\"}"},
+        ArgumentRow{.name = "DeeplyNested",
+                    .extra_json = "{\"LoginMode\":" + std::string(1 << 20, '[')},
+        ArgumentRow{.name = "NoId",
+                    .extra_json = R"({"LoginMode":"IDPassword","Password":"secret"})",
+                    .argument = "ID",
+                    .platform = true},
+        ArgumentRow{.name = "NoIdNorPassword",
+                    .extra_json = R"({"LoginMode":"DevAuth","id":"player"})",
+                    .argument = "ID",
+                    .platform = true},
+        ArgumentRow{.name = "NoPassword",
+                    .extra_json = R"({"LoginMode":"IDPassword","ID":"player"})",
+                    .argument = "Password",
+                    .platform = true},
+        ArgumentRow{.name = "NoDevPassword",
+                    .extra_json = R"({"LoginMode":"DevAuth","ID":""})",
+                    .argument = "Password",
+                    .platform = true},
+        ArgumentRow{.name = "NoCode",
+                    .extra_json = R"({"LoginMode":"ExchangeCode","ID":"a","Password":"b"})",
+                    .argument = "Code",
+                    .platform = true}),
     kNameOfRow);
 
 TEST_F(Login, TurnsPermissionWordsIntoScopeFlags) {

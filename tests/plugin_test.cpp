@@ -96,16 +96,7 @@ PluginTest::PluginTest() : directory_(MakeDirectory()), sink_(std::make_shared<S
   SetTemporaryDirectory(directory_);
   zelk::foundation_standin::SetStoreDirectory(directory_);
   zelk::foundation_standin::SetLogSinks({sink_});
-  for (const auto& [key, value] :
-       std::map<std::string, std::string>{{"EPIC_PRODUCT_NAME", "Test"},
-                                          {"EPIC_PRODUCT_VERSION", "1.2"},
-                                          {"EPIC_PRODUCT_ID", "product"},
-                                          {"EPIC_SANDBOX_ID", "sandbox"},
-                                          {"EPIC_DEPLOYMENT_ID", "deployment"},
-                                          {"EPIC_CLIENT_ID", "client"},
-                                          {"EPIC_CLIENT_SECRET", "secret"}}) {
-    zelk::core_standin::SetConfig("ZELK", key, value);
-  }
+  for (const char* key : zelk::host::kConfigKeys) zelk::core_standin::SetConfig("ZELK", key, key);
   World(TestWorld());
   eos_standin::RecordCalls(true);
   plugin_ = std::make_unique<zelk::host::PluginLibrary>(ZELK_PLUGIN_FILE);

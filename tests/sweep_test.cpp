@@ -59,23 +59,23 @@ struct StageRow {
   int64_t times = 0;  // how often it fails; 0 is always
 };
 constexpr std::array<StageRow, kStages> kChain{{
-    {"Initialize", "EOS_Initialize"},
-    {"SetLogCallback", "EOS_Logging_SetCallback"},
-    {"CreatePlatform", "EOS_Platform_Create"},
-    {"AuthInterface", "EOS_Platform_GetAuthInterface"},
-    {"FirstLogin", "EOS_Auth_Login", 1},
-    {"ConnectInterface", "EOS_Platform_GetConnectInterface"},
-    {"NotifyExpiration", "EOS_Connect_AddNotifyAuthExpiration"},
-    {"SecondLogin", "EOS_Auth_Login", 1},
-    {"CopyToken", "EOS_Auth_CopyUserAuthToken"},
-    {"AccountText", "EOS_EpicAccountId_ToString"},
-    {"ConnectLogin", "EOS_Connect_Login", 1},
-    {"CreateUser", "EOS_Connect_CreateUser", 1},
-    {"ProductUserText", "EOS_ProductUserId_ToString"},
-    {"UserInfoInterface", "EOS_Platform_GetUserInfoInterface"},
-    {"AccountFromText", "EOS_EpicAccountId_FromString"},
-    {"QueryUserInfo", "EOS_UserInfo_QueryUserInfo", 1},
-    {"CopyUserInfo", "EOS_UserInfo_CopyUserInfo"},
+    {.name = "Initialize", .call = "EOS_Initialize"},
+    {.name = "SetLogCallback", .call = "EOS_Logging_SetCallback"},
+    {.name = "CreatePlatform", .call = "EOS_Platform_Create"},
+    {.name = "AuthInterface", .call = "EOS_Platform_GetAuthInterface"},
+    {.name = "FirstLogin", .call = "EOS_Auth_Login", .times = 1},
+    {.name = "ConnectInterface", .call = "EOS_Platform_GetConnectInterface"},
+    {.name = "NotifyExpiration", .call = "EOS_Connect_AddNotifyAuthExpiration"},
+    {.name = "SecondLogin", .call = "EOS_Auth_Login", .times = 1},
+    {.name = "CopyToken", .call = "EOS_Auth_CopyUserAuthToken"},
+    {.name = "AccountText", .call = "EOS_EpicAccountId_ToString"},
+    {.name = "ConnectLogin", .call = "EOS_Connect_Login", .times = 1},
+    {.name = "CreateUser", .call = "EOS_Connect_CreateUser", .times = 1},
+    {.name = "ProductUserText", .call = "EOS_ProductUserId_ToString"},
+    {.name = "UserInfoInterface", .call = "EOS_Platform_GetUserInfoInterface"},
+    {.name = "AccountFromText", .call = "EOS_EpicAccountId_FromString"},
+    {.name = "QueryUserInfo", .call = "EOS_UserInfo_QueryUserInfo", .times = 1},
+    {.name = "CopyUserInfo", .call = "EOS_UserInfo_CopyUserInfo"},
 }};
 
 // The code that each stage gives; success leaves it its own.
@@ -143,12 +143,12 @@ class LoginModel {
 
 struct LoginFlow {
   const char* name;
-  bool automatic;    // with what an earlier process stored and persisted
-  bool is_newcomer;  // whom EOS Connect does not know
+  bool automatic = false;    // with what an earlier process stored and persisted
+  bool is_newcomer = false;  // whom EOS Connect does not know
 };
-constexpr std::array kLoginFlows{LoginFlow{"Login", false, false},
-                                 LoginFlow{"FirstLogin", false, true},
-                                 LoginFlow{"AutoLogin", true, false}};
+constexpr std::array kLoginFlows{LoginFlow{.name = "Login"},
+                                 LoginFlow{.name = "FirstLogin", .is_newcomer = true},
+                                 LoginFlow{.name = "AutoLogin", .automatic = true}};
 
 struct ChainRow {
   std::string name;
@@ -383,29 +383,61 @@ TEST_P(FriendSweep, AnswersThePageThatIsLeft) {
 
 INSTANTIATE_TEST_SUITE_P(
     Calls, FriendSweep,
-    testing::Values(
-        FriendRow{"AccountFromText", kRefused, "EOS_EpicAccountId_FromString", 0, kPlayerId},
-        FriendRow{"Account", kRefused, "EOS_EpicAccountId_IsValid", 0, kPlayerId},
-        FriendRow{"FriendsInterface", kUnknown, "EOS_Platform_GetFriendsInterface"},
-        FriendRow{"QueryFriends",
-                  {.ret_code = kResultThirdError, .passes_code_on = true, .retry_is_lasting = true},
-                  "EOS_Friends_QueryFriends",
-                  1},
-        FriendRow{"AccountText", kNone, "EOS_EpicAccountId_ToString", 0, kPlayerId},
-        FriendRow{"Count", kEmpty, "EOS_Friends_GetFriendsCount"},
-        FriendRow{"AtIndex", kOneLeftOut, "EOS_Friends_GetFriendAtIndex", 1},
-        FriendRow{"Friend", kOneLeftOut, "EOS_EpicAccountId_IsValid", 0, kFriendId},
-        FriendRow{"FriendText", kOneWithoutDetails, "EOS_EpicAccountId_ToString", 0, kFriendId},
-        FriendRow{"Status", kNone, "EOS_Friends_GetStatus", 0, kFriendId},
-        FriendRow{"UserInfoInterface", kUnknown, "EOS_Platform_GetUserInfoInterface"},
-        FriendRow{"FriendFromText", kOneWithoutDetails, "EOS_EpicAccountId_FromString", 0,
-                  kFriendId},
-        FriendRow{"QueryUserInfo",
-                  {.retry_is_lasting = true, .friends = 3, .detailed = 2},
-                  "EOS_UserInfo_QueryUserInfo",
-                  1,
-                  kFriendId},
-        FriendRow{"CopyUserInfo", kOneWithoutDetails, "EOS_UserInfo_CopyUserInfo", 0, kFriendId}),
+    testing::Values(FriendRow{.name = "AccountFromText",
+                              .effect = kRefused,
+                              .call = "EOS_EpicAccountId_FromString",
+                              .target = kPlayerId},
+                    FriendRow{.name = "Account",
+                              .effect = kRefused,
+                              .call = "EOS_EpicAccountId_IsValid",
+                              .target = kPlayerId},
+                    FriendRow{.name = "FriendsInterface",
+                              .effect = kUnknown,
+                              .call = "EOS_Platform_GetFriendsInterface"},
+                    FriendRow{.name = "QueryFriends",
+                              .effect = {.ret_code = kResultThirdError,
+                                         .passes_code_on = true,
+                                         .retry_is_lasting = true},
+                              .call = "EOS_Friends_QueryFriends",
+                              .times = 1},
+                    FriendRow{.name = "AccountText",
+                              .effect = kNone,
+                              .call = "EOS_EpicAccountId_ToString",
+                              .target = kPlayerId},
+                    FriendRow{
+                        .name = "Count", .effect = kEmpty, .call = "EOS_Friends_GetFriendsCount"},
+                    FriendRow{.name = "AtIndex",
+                              .effect = kOneLeftOut,
+                              .call = "EOS_Friends_GetFriendAtIndex",
+                              .times = 1},
+                    FriendRow{.name = "Friend",
+                              .effect = kOneLeftOut,
+                              .call = "EOS_EpicAccountId_IsValid",
+                              .target = kFriendId},
+                    FriendRow{.name = "FriendText",
+                              .effect = kOneWithoutDetails,
+                              .call = "EOS_EpicAccountId_ToString",
+                              .target = kFriendId},
+                    FriendRow{.name = "Status",
+                              .effect = kNone,
+                              .call = "EOS_Friends_GetStatus",
+                              .target = kFriendId},
+                    FriendRow{.name = "UserInfoInterface",
+                              .effect = kUnknown,
+                              .call = "EOS_Platform_GetUserInfoInterface"},
+                    FriendRow{.name = "FriendFromText",
+                              .effect = kOneWithoutDetails,
+                              .call = "EOS_EpicAccountId_FromString",
+                              .target = kFriendId},
+                    FriendRow{.name = "QueryUserInfo",
+                              .effect = {.retry_is_lasting = true, .friends = 3, .detailed = 2},
+                              .call = "EOS_UserInfo_QueryUserInfo",
+                              .times = 1,
+                              .target = kFriendId},
+                    FriendRow{.name = "CopyUserInfo",
+                              .effect = kOneWithoutDetails,
+                              .call = "EOS_UserInfo_CopyUserInfo",
+                              .target = kFriendId}),
     kNameOfRow);
 
 }  // namespace
