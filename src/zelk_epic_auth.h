@@ -45,7 +45,7 @@ class EpicAuth {
     eos_lock.AssertHeld();
     return epic_platform_handle_;
   }
-  // The signed-in account's text; empty when nobody is signed in.
+  // The signed-in account's id; empty when nobody is signed in.
   const std::string& account_id() const {
     eos_lock.AssertHeld();
     return epic_account_id_;
@@ -56,7 +56,7 @@ class EpicAuth {
   static std::string EpicAccountIdToString(EOS_EpicAccountId id);
   static std::string EpicProductIdToString(EOS_ProductUserId id);
   static std::string EpicEResultToString(EOS_EResult result);
-  // Whatever EOS makes of the text, null and invalid handles included.
+  // Whatever EOS makes of the string, null and invalid handles included.
   static EOS_EpicAccountId EpicAccountIdFromString(std::string openid);
   // The line of that conversion alone, for a worker, which logs outside of the EOS lock.
   static void LogAccountIdFromString(const char* openid);
