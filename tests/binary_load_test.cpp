@@ -86,8 +86,8 @@ TEST(PluginFile, IsLoadedAndUnloadedWithoutATrace) {
 // --- a worker inside; each of these processes is a child of the tests below ---
 
 template <class Function>
-Function EntryPointOf(void* library, Function, zelk::host::EntryPoint which) {
-  return reinterpret_cast<Function>(Find(library, zelk::host::EntryPointName(which)));
+Function* EntryPointOf(void* library, zelk::host::EntryPoint which) {
+  return reinterpret_cast<Function*>(Find(library, zelk::host::EntryPointName(which)));
 }
 
 class WorkerInside : public testing::Test {
@@ -114,11 +114,11 @@ class WorkerInside : public testing::Test {
     });
     library_ = Load(file_);
     ASSERT_NE(library_, nullptr);
-    const auto login = EntryPointOf(library_, &zelk_epic_auth_login, EntryPoint::kLogin);
+    const auto login = EntryPointOf<decltype(zelk_epic_auth_login)>(library_, EntryPoint::kLogin);
     const auto query =
-        EntryPointOf(library_, &zelk_epic_friend_queryfriends, EntryPoint::kQueryFriends);
-    const auto update = EntryPointOf(library_, &zelk_epic_update, EntryPoint::kUpdate);
-    shutdown_ = EntryPointOf(library_, &zelk_epic_shutdown, EntryPoint::kShutdown);
+        EntryPointOf<decltype(zelk_epic_friend_queryfriends)>(library_, EntryPoint::kQueryFriends);
+    const auto update = EntryPointOf<decltype(zelk_epic_update)>(library_, EntryPoint::kUpdate);
+    shutdown_ = EntryPointOf<decltype(zelk_epic_shutdown)>(library_, EntryPoint::kShutdown);
     login({zelk::kMethodIDAuthLogin, "login", "", R"({"LoginMode":"AccountPortal"})"},
           "basic_profile,friends_list,presence");
     while (zelk::core_standin::DrainTaskQueue([](const auto&) {}) == 0) update();
@@ -141,8 +141,8 @@ TEST_F(WorkerInside, DISABLED_Unloads) {
   AskUntil(static_cast<int>(random() % 4000) + 1);
   const bool logs_out = random() % 2 == 0;
   if (logs_out) {
-    EntryPointOf(library_, &zelk_epic_auth_logout,
-                 zelk::host::EntryPoint::kLogout)({zelk::kMethodIDAuthLogout, "logout", "", ""});
+    EntryPointOf<decltype(zelk_epic_auth_logout)>(
+        library_, zelk::host::EntryPoint::kLogout)({zelk::kMethodIDAuthLogout, "logout", "", ""});
   }
   shutdown_();
   std::map<std::string, int32_t> answers;
