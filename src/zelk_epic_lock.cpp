@@ -15,9 +15,7 @@ using Clock = std::chrono::steady_clock;
 // closely would put each other to sleep at every turn.
 constexpr std::chrono::microseconds kSpinTime{30};
 
-// A thread that may give up spins in rounds, yields between the first, sleeps between the others.
-constexpr int kSpinRounds = 100;
-constexpr std::chrono::milliseconds kSleepTime{10};
+constexpr std::chrono::milliseconds kSleepTime{10};  // of a thread that may not draw a ticket
 
 // False when it has not become true in the time that waiting awake is worth.
 template <class Condition>
@@ -60,23 +58,24 @@ void EosLock::lock() {
   ++depth_;
 }
 
-// A ticket cannot be given back: one is drawn only when tickets are served, for none is out or the
-// turn has changed; until then the workers yield. Counts its sleeps and not the clock, which goes
-// on while a process is stopped.
+// A ticket cannot be given back: one is drawn only when it is served at once; until then the
+// workers yield. Counts its sleeps and not the clock, which goes on while a process is stopped.
 bool EosLock::try_lock_for(std::chrono::milliseconds timeout) {
-  const uint32_t served = now_serving_.load();
-  const auto is_served = [=, this] {
-    return IsHeldByThisThread() || next_ticket_.load() == served || now_serving_.load() != served;
+  const auto try_enter = [this] {
+    uint32_t ticket = now_serving_.load();
+    if (!IsHeldByThisThread() && !next_ticket_.compare_exchange_strong(ticket, ticket + 1))
+      return false;
+    owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    return true;
   };
   workers_blocked_.store(true);
-  int polls = 0;
-  while (!SpinUntil(is_served) && (polls - kSpinRounds) * kSleepTime < timeout) {
-    ++polls < kSpinRounds ? std::this_thread::yield() : std::this_thread::sleep_for(kSleepTime);
+  for (; !SpinUntil(try_enter) && timeout.count() > 0; timeout -= kSleepTime) {
+    std::this_thread::sleep_for(kSleepTime);
   }
-  const bool can_lock = is_served();
-  if (can_lock) lock();
   workers_blocked_.store(false);
-  return can_lock;
+  if (!IsHeldByThisThread()) return false;
+  ++depth_;
+  return true;
 }
 
 // The turn changes before the sleepers are counted, and a sleeper is counted before it looks at the
@@ -112,8 +111,9 @@ WorkerStep::WorkerStep() {
 }
 
 void WorkerStep::YieldToTick() {
-  if (!worker_lock_.owns_lock() || !eos_lock.IsWaitedFor()) return;
+  if (!worker_lock_ || !eos_lock.IsWaitedFor()) return;
   eos_.unlock();
+  while (eos_lock.workers_blocked_.load()) std::this_thread::sleep_for(kSleepTime);
   eos_.lock();
 }
 
