@@ -329,6 +329,90 @@ INSTANTIATE_TEST_SUITE_P(
                  .completes_on_release = true}),
     kNameOfRow);
 
+// --- the worker beside the tick ---
+
+// Inside the first call of a worker's step, the thread that ticks comes before the second; when it
+// signs the player out there, nothing more is asked.
+TEST_F(Friends, AreAskedForAsLongAsTheyMayBeAndTheTickMayGoBetween) {
+  constexpr int kPages = 20;
+  World(TestWorld(5));
+  const std::thread::id here = std::this_thread::get_id();
+  std::atomic<int> conversions = 0, asked = 0;
+  std::atomic<bool> is_between = false, is_coming = false;
+  int ticks_between = 0;
+  for (int page = 1; page <= kPages; ++page) {
+    eos_standin::SetHook(nullptr);
+    LogIn("in " + std::to_string(page), kPortal);
+    TickUntilAnswered();
+    conversions = asked = 0;
+    is_between = is_coming = false;
+    eos_standin::SetHook([&](const std::string& call) {
+      if (std::this_thread::get_id() == here) {
+        ticks_between += is_between && call == "EOS_Platform_Tick" ? 1 : 0;
+      } else if (call == "EOS_EpicAccountId_FromString" && ++conversions > 2) {
+        is_between = true;  // not at the player's own, nor at the first friend's
+        while (!is_coming) std::this_thread::yield();
+        for (int i = 0; i < 200; ++i) std::this_thread::yield();
+      } else if (call == "EOS_UserInfo_QueryUserInfo") {
+        is_between = false;
+        ++asked;
+      }
+    });
+    QueryFriends("page " + std::to_string(page), 1, 5);
+    Tick();
+    while (!is_between) std::this_thread::yield();
+    is_coming = true;
+    if (page % 2 == 0) {
+      Logout("out " + std::to_string(page));
+      const int asked_before = asked;
+      is_between = false;
+      Settle();
+      EXPECT_EQ(asked, asked_before);
+    }
+    TickUntilAnswered();
+    Settle();
+  }
+  EXPECT_GT(ticks_between, 0);
+  eos_standin::SetHook(nullptr);
+}
+
+// Among many workers, with one of a tick, no more than one draws a ticket.
+TEST_F(Friends, OfManyPagesLetTheTickWaitForOneCall) {
+  constexpr int kPages = 8;
+  constexpr int kFriends = 2000;
+  World(TestWorld(kFriends));
+  GoQuiet();
+  SignIn();
+  const std::thread::id here = std::this_thread::get_id();
+  std::atomic<int> calls = 0;
+  std::vector<int> waited_for;
+  int calls_before = 0;
+  eos_standin::SetHook([&](const std::string& call) {
+    if (std::this_thread::get_id() != here) {
+      ++calls;
+    } else if (call == "EOS_Platform_Tick") {
+      waited_for.push_back(calls - calls_before);
+    }
+  });
+  for (int page = 0; page < kPages; ++page) {
+    QueryFriends("page " + std::to_string(page), 1, kFriends);
+  }
+  Tick();
+  system_calls::FailCreateThread(true);
+  QueryFriends("page of the tick", 1, kFriends);
+  Tick();
+  while (system_calls::ThreadsRunning() > 1) {
+    calls_before = calls;
+    Tick();
+  }
+  eos_standin::SetHook(nullptr);
+  TickUntilAnswered();
+  ASSERT_GT(waited_for.size(), 10U);
+  std::ranges::nth_element(waited_for, waited_for.begin() + waited_for.size() / 2);
+  EXPECT_LE(waited_for[waited_for.size() / 2], 3);
+  system_calls::FailCreateThread(false);
+}
+
 TEST_F(Friends, AreAskedForOnePriorityAboveTheTick) {
   World(TestWorld(1));
   SignIn();

@@ -1,7 +1,11 @@
 // Signing in: the login request, the two Auth attempts, Connect, the display name, the result.
 #include <algorithm>
+#include <atomic>
 #include <fstream>
+#include <limits>
+#include <stdexcept>
 
+#include "auth/eos_values.h"
 #include "eos_auth_types.h"
 #include "plugin_test.h"
 #include "zelk_foundation_standin.h"
@@ -136,6 +140,9 @@ TEST_F(Login, AnswersWithTheLoginDocumentInItsOrder) {
   EXPECT_EQ(result.login.channel_info, expected.dump());
   EXPECT_FALSE(document["access_token"].get<std::string>().empty());
   EXPECT_EQ(CountCalls("EOS_UserInfo_QueryUserInfo"), 0);
+  EXPECT_THAT(OwnLines(), Contains(std::string("1 ConnectLoginCompleteCb Connect Login success, "
+                                               "localUserId:") +
+                                   kPlayerProductId));
   EXPECT_EQ(CallsOf("EOS_Connect_Login").at(0)["Credentials"]["Token"], document["access_token"]);
 }
 
@@ -329,6 +336,7 @@ TEST_F(Login, TurnsPermissionWordsIntoScopeFlags) {
 struct FaultRow {
   Fault fault;
   const char* line;  // that says so, with its level in front
+  zelk::ResultCode ret_code = kResultThirdError;
 };
 
 class LoginFault : public Login, public testing::WithParamInterface<FaultRow> {};
@@ -338,19 +346,24 @@ TEST_P(LoginFault, IsLogged) {
   Fail(GetParam().fault);
   LogIn("s1", kPortal);
   TickUntilAnswered();
-  EXPECT_EQ(TakeResult().base.method_id, kMethodIDAuthLogin);
+  EXPECT_EQ(TakeResult().base.ret_code, GetParam().ret_code);
   EXPECT_THAT(OwnLines(), Contains(GetParam().line));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, LoginFault,
     testing::Values(
-        FaultRow{{.call = "EOS_Initialize"}, "3 Login [s1], Epic init error"},
+        FaultRow{
+            {.call = "EOS_Initialize"}, "3 Login [s1], Epic init error", kResultNotInitialized},
         FaultRow{{.call = "EOS_Logging_SetCallback"},
-                 "3 InitEpic EOS_Logging_SetCallback return failed!"},
-        FaultRow{{.call = "EOS_Platform_Create"}, "3 InitEpic [EOS SDK] Platform Create Failed!"},
+                 "3 InitEpic EOS_Logging_SetCallback return failed!",
+                 kResultSuccess},
+        FaultRow{{.call = "EOS_Platform_Create"},
+                 "3 InitEpic [EOS SDK] Platform Create Failed!",
+                 kResultNotInitialized},
         FaultRow{{.call = "EOS_Platform_GetAuthInterface"},
-                 "3 Login [s1], epic_platform_handle_ is null"},
+                 "3 Login [s1], epic_platform_handle_ is null",
+                 kResultNotInitialized},
         FaultRow{{.call = "EOS_Auth_Login", .result = EOS_TooManyRequests},
                  "3 LoginCompleteCallbackFn Login Failed! Error Code:8 Msg:EOS_TooManyRequests"},
         FaultRow{{.call = "EOS_Auth_Login", .result = EOS_Canceled, .skip = 1},
@@ -371,18 +384,24 @@ INSTANTIATE_TEST_SUITE_P(
                  "3 LoginEndWithThirdError [s1], LoginEndWithThirdError, err_code:5, "
                  "err_msg:EOS_AccessDenied"},
         FaultRow{{.call = "EOS_Platform_GetUserInfoInterface"},
-                 "3 OnEpicPlatfromGetUserInfoFinish Query UserInfo failed"},
+                 "3 OnEpicPlatfromGetUserInfoFinish Query UserInfo failed",
+                 kResultSuccess},
         FaultRow{{.call = "EOS_Platform_GetUserInfoInterface", .skip = 1},
-                 "3 OnEpicPlatfromGetUserInfoFinish Copy UserInfo failed"},
+                 "3 OnEpicPlatfromGetUserInfoFinish Copy UserInfo failed",
+                 kResultSuccess},
         FaultRow{
             {.call = "EOS_UserInfo_QueryUserInfo", .result = EOS_MissingPermissions},
-            "3 QueryUserInfoCompleteCallbackFn Query User Info error:6 msg:EOS_MissingPermissions"},
+            "3 QueryUserInfoCompleteCallbackFn Query User Info error:6 msg:EOS_MissingPermissions",
+            kResultSuccess},
         FaultRow{{.call = "EOS_UserInfo_CopyUserInfo"},
-                 "3 OnEpicPlatfromGetUserInfoFinish Copy UserInfo failed"},
+                 "3 OnEpicPlatfromGetUserInfoFinish Copy UserInfo failed",
+                 kResultSuccess},
         FaultRow{{.call = "EOS_ProductUserId_ToString", .result = EOS_LimitExceeded},
-                 "3 EpicProductIdToString EOS_EpicAccountId_ToString error:EOS_LimitExceeded"},
+                 "3 EpicProductIdToString EOS_EpicAccountId_ToString error:EOS_LimitExceeded",
+                 kResultSuccess},
         FaultRow{{.call = "EOS_EpicAccountId_ToString", .result = EOS_LimitExceeded},
-                 "3 EpicAccountIdToString EOS_EpicAccountId_ToString error:EOS_LimitExceeded"}),
+                 "3 EpicAccountIdToString EOS_EpicAccountId_ToString error:EOS_LimitExceeded",
+                 kResultSuccess}),
     [](const auto& row) {
       const Fault& fault = row.param.fault;
       return std::string(fault.call) + "_" + std::to_string(static_cast<int32_t>(fault.result)) +
@@ -438,8 +457,16 @@ TEST_F(Login, ReportsThatTheConnectTokenRunsOut) {
   EXPECT_THAT(OwnLines(), Contains("2 ConnectAuthExpirationCb Connect Auth Expiring - "
                                    "ProductUserId: " +
                                    std::string(kPlayerProductId)));
-  EXPECT_THAT(OwnLines(), Contains("3 ConnectAuthExpirationCb NULL Data for CallbackFn"));
   EXPECT_THAT(TakeResults(), IsEmpty());
+  for (const char* call : {"EOS_Auth_Logout", "EOS_Auth_DeletePersistentAuth"}) {
+    eos_standin::AddRule({.call = call, .null_data = true});
+  }
+  Logout("out");
+  Tick();
+  for (const char* function :
+       {"ConnectAuthExpirationCb", "LogoutCompleteCallbackFn", "DeletePersistentAuthCallback"}) {
+    EXPECT_THAT(OwnLines(), Contains(std::string("3 ") + function + " NULL Data for CallbackFn"));
+  }
 }
 
 // --- what outlives the sign-in ---
@@ -517,6 +544,88 @@ TEST_F(Login, TakesLongAndStrangeTexts) {
   TickUntilAnswered();
   ExpectFailure(TakeResult(), kResultThirdError, EOS_InvalidCredentials, "EOS_InvalidCredentials");
   EXPECT_EQ(CallsOf("EOS_Auth_Login").back()["Credentials"]["Id"], long_text);
+}
+
+// --- what comes in between ---
+
+class LoginShutDown : public Login, public testing::WithParamInterface<int> {};
+
+// The completions take this for a platform that goes away while they run: they start nothing new.
+TEST_P(LoginShutDown, InsideACompletionIsAnsweredOnce) {
+  constexpr int kLastCompletion = 5;  // which has all but the display name
+  World(NewcomerWorld());
+  int completions = 0;
+  eos_standin::SetHook([&](const std::string& call) {
+    if (call == "EOS_EResult_ToString" && ++completions == GetParam()) Shutdown();
+  });
+  LogIn("s1", kPortal);
+  Tick(10);
+  eos_standin::SetHook(nullptr);
+  Shutdown();
+  const bool is_complete = GetParam() == kLastCompletion;
+  EXPECT_EQ(TakeResult().base.ret_code, is_complete ? kResultSuccess : kResultNotInitialized);
+}
+
+INSTANTIATE_TEST_SUITE_P(Completions, LoginShutDown, testing::Range(1, 6));
+
+struct ThrowRow {
+  zelk::MethodID method_id;  // of the request; none for a tick
+  const char* call;          // that throws
+  const char* function;      // that logs it
+  bool is_newcomer = false;
+  zelk::ResultCode ret_code = kResultUnknownError;
+};
+
+TEST_F(Login, AndAllElseThatThrowsIsLoggedAndAnswered) {
+  const ThrowRow rows[] = {
+      {kMethodIDAuthLogin, "EOS_Platform_GetAuthInterface", "zelk_epic_auth_login"},
+      {kMethodIDAuthAutoLogin, "EOS_Platform_GetAuthInterface", "zelk_epic_auth_auto_login"},
+      {kMethodIDAuthLogout, "EOS_Platform_GetAuthInterface", "zelk_epic_auth_logout"},
+      {kMethodIDUndefine, "EOS_Platform_Tick", "zelk_epic_update"},
+      {kMethodIDAuthLogin, "EOS_Auth_CopyUserAuthToken", "LoginCompleteCallbackFn"},
+      {kMethodIDAuthLogin, "EOS_ProductUserId_ToString", "ConnectLoginCompleteCb"},
+      {kMethodIDAuthLogin, "EOS_ProductUserId_ToString", "ConnectCreateUserCompleteCb", true},
+      {kMethodIDAuthLogin, "EOS_UserInfo_CopyUserInfo", "QueryUserInfoCompleteCallbackFn", true},
+      {kMethodIDFriendQueryFriends, "EOS_EpicAccountId_IsValid", "zelk_epic_friend_queryfriends"},
+      {kMethodIDFriendQueryFriends, "EOS_Friends_GetFriendsCount",
+       "QueryFriendsCompleteCallbackFn"},
+      {kMethodIDFriendQueryFriends, "EOS_Platform_GetUserInfoInterface",
+       "QueryFriendsInfoThreadProc"},
+      {kMethodIDFriendQueryFriends, "EOS_UserInfo_CopyUserInfo",
+       "QueryFriendUserInfoCompleteCallbackFn"},
+      {kMethodIDAuthLogout, "EOS_EpicAccountId_ToString", "LogoutCompleteCallbackFn", false,
+       kResultSuccess},
+  };
+  World(TestWorld(1));
+  for (const ThrowRow& row : rows) {
+    for (const std::string text : {"exception: from EOS", "unknown exception"}) {
+      const std::string line = std::string("3 ") + row.function + " " + text;
+      SCOPED_TRACE(line);
+      eos_standin::ClearRules();
+      if (row.is_newcomer) Fail({.call = "EOS_Connect_Login", .result = EOS_InvalidUser});
+      if (row.ret_code == kResultSuccess) LogIn("before " + text, kPortal), Settle(), TakeResults();
+      std::atomic<bool> has_thrown = false;
+      eos_standin::SetHook([&](const std::string& call) {
+        if (call != row.call || has_thrown.exchange(true)) return;
+        if (text.starts_with("exception")) throw std::runtime_error("from EOS");
+        throw 0;
+      });
+      if (row.method_id == kMethodIDAuthLogin) LogIn(line, kPortal);
+      if (row.method_id == kMethodIDAuthAutoLogin) AutoLogin(line, kPortal);
+      if (row.method_id == kMethodIDAuthLogout) Logout(line);
+      if (row.method_id == kMethodIDFriendQueryFriends) QueryFriends(line, 1, 1);
+      Tick();
+      Settle();
+      eos_standin::SetHook(nullptr);
+      EXPECT_THAT(OwnLines(), Contains(line));
+      for (const Result& result : TakeResults()) EXPECT_EQ(result.base.ret_code, row.ret_code);
+    }
+  }
+}
+
+TEST_F(Login, WithATokenWhoseLifetimeIsNoNumberSaysZero) {
+  EXPECT_EQ(zelk::WholeSeconds(std::numeric_limits<double>::quiet_NaN()), 0U);
+  EXPECT_EQ(zelk::WholeSeconds(-1), 0U);
 }
 
 // --- the log bridge ---

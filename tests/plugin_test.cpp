@@ -128,26 +128,29 @@ void PluginTest::TearDown() {
   EXPECT_EQ(zelk::foundation_standin::NodesMisused(), 0);
 }
 
+zelk::BaseParams PluginTest::Ask(int32_t method_id, const std::string& seq_id,
+                                 const std::string& extra_json) {
+  ++expected_[seq_id];
+  method_ids_[seq_id] = method_id;
+  return {method_id, seq_id, "reserved", extra_json};
+}
+
 void PluginTest::LogIn(const std::string& seq_id, const std::string& extra_json,
                        const std::string& permissions, int32_t method_id) {
-  ++expected_[seq_id];
-  plugin_->login({method_id, seq_id, "reserved", extra_json}, permissions);
+  plugin_->login(Ask(method_id, seq_id, extra_json), permissions);
 }
 
 void PluginTest::AutoLogin(const std::string& seq_id, const std::string& extra_json) {
-  ++expected_[seq_id];
-  plugin_->auto_login({kMethodIDAuthAutoLogin, seq_id, "", extra_json}, kAllScopes);
+  plugin_->auto_login(Ask(kMethodIDAuthAutoLogin, seq_id, extra_json), kAllScopes);
 }
 
 void PluginTest::Logout(const std::string& seq_id) {
-  ++expected_[seq_id];
-  plugin_->logout({kMethodIDAuthLogout, seq_id, "", ""});
+  plugin_->logout(Ask(kMethodIDAuthLogout, seq_id, ""));
 }
 
 void PluginTest::QueryFriends(const std::string& seq_id, int32_t page, int32_t count,
                               bool is_in_game) {
-  ++expected_[seq_id];
-  plugin_->query_friends({kMethodIDFriendQueryFriends, seq_id, "", ""}, page, count, is_in_game);
+  plugin_->query_friends(Ask(kMethodIDFriendQueryFriends, seq_id, ""), page, count, is_in_game);
 }
 
 void PluginTest::Tick(int times) {
@@ -226,6 +229,10 @@ void PluginTest::Collect() {
         .observer_id = committed.observer_id, .seq_id = committed.seq_id, .flag = committed.flag};
     std::visit(Flatten{result}, committed.record);
     ++answered_[result.seq_id];
+    const auto asked = method_ids_.find(result.seq_id);
+    if (asked != method_ids_.end()) {
+      EXPECT_EQ(result.base.method_id, asked->second) << result.seq_id;
+    }
     results_.push_back(std::move(result));
   });
 }

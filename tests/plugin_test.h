@@ -135,12 +135,15 @@ class PluginTest : public testing::Test {
   void Collect();
   bool AllAnswered() const;
   bool TickUntil(const std::function<bool()>& done);
+  // A request that is to get one answer, with its method.
+  zelk::BaseParams Ask(int32_t method_id, const std::string& seq_id, const std::string& extra_json);
 
   std::filesystem::path directory_;
   std::shared_ptr<Sink> sink_;
   std::unique_ptr<zelk::host::PluginLibrary> plugin_;
   std::map<std::string, int> expected_;
   std::map<std::string, int> answered_;
+  std::map<std::string, int32_t> method_ids_;
   std::vector<Result> results_;
 };
 

@@ -29,16 +29,10 @@ class CallScope {
   template <class DescribeCall>
   requires std::is_invocable_v<DescribeCall> CallScope(Function function,
                                                        const DescribeCall& describe)
-      : function_(function), outermost_(Enter(function)) {
+      : function_(function), inside_(function) {
     if (switches.recording.load(kRelaxed)) Record(function, describe());
     RunHook(function);
   }
-
-  ~CallScope() {
-    if (outermost_) Leave();
-  }
-  CallScope(const CallScope&) = delete;
-  CallScope& operator=(const CallScope&) = delete;
 
   // False, and a misuse, after EOS_Shutdown.
   bool Allowed() const {
@@ -86,12 +80,23 @@ class CallScope {
   }
   static void Leave() { thread_inside_.store(nullptr, kRelaxed); }
 
+  // A member, so that a hook that throws leaves the call too.
+  struct Inside {
+    explicit Inside(Function function) : outermost(Enter(function)) {}
+    ~Inside() {
+      if (outermost) Leave();
+    }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+    const bool outermost;
+  };
+
   // The thread inside the library, as the address of something of its own. Relaxed, so that it
   // orders nothing between the threads: a race of the callers stays visible to a thread sanitizer.
   static inline std::atomic<const void*> thread_inside_{nullptr};
 
   Function function_;
-  bool outermost_;
+  Inside inside_;
 };
 
 }  // namespace eos_standin
