@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "core_contract/config.h"
@@ -15,42 +14,6 @@ namespace zelk {
 namespace {
 
 using core_standin::CommittedResult;
-
-TEST(TaskQueue, HandsOutCopiesOfEveryTypeInTheOrderOfTheCommits) {
-  const int64_t nodes = foundation_standin::NodesOut();
-  const int64_t misused = foundation_standin::NodesMisused();
-  {
-    FriendResult friends(9999, 3, "third error");
-    friends.friend_info_list.push_back(PersonInfo());
-    friends.friend_info_list[0].user_name = "Ann";
-    InnerObserverHolder<FriendResult>::CommitToTaskQueue(friends, 202, "s1", true);
-    friends.friend_info_list[0].user_name = "Bob";
-    InnerObserverHolder<AuthPluginResult>::CommitToTaskQueue(AuthPluginResult(), 106, "s2", false);
-    InnerObserverHolder<AuthResult>::CommitToTaskQueue(AuthResult(17), 101, "s3", false);
-    InnerObserverHolder<BaseResult>::CommitToTaskQueue(BaseResult(11), 105, "s4", false);
-
-    std::string heads;
-    const auto head = [&](const CommittedResult& result) {
-      const auto& base =
-          std::visit([](const auto& record) -> const BaseResult& { return record; }, result.record);
-      std::ostringstream line;
-      line << result.record.index() << ' ' << result.observer_id << ' ' << result.seq_id << ' '
-           << result.flag << ' ' << base.ret_code << ' ' << base.third_code << ' '
-           << base.ret_msg.c_str() << '\n';
-      heads += line.str();
-      if (const auto* answer = std::get_if<FriendResult>(&result.record)) {
-        EXPECT_STREQ(answer->friend_info_list[0].user_name.c_str(), "Ann");
-      }
-    };
-    EXPECT_EQ(core_standin::DrainTaskQueue(head), 4U);
-    EXPECT_EQ(
-        heads,
-        "3 202 s1 1 9999 3 third error\n2 106 s2 0 0 0 \n1 101 s3 0 17 0 \n0 105 s4 0 11 0 \n");
-    EXPECT_EQ(core_standin::DrainTaskQueue(head), 0U);
-  }
-  EXPECT_EQ(foundation_standin::NodesOut(), nodes);
-  EXPECT_EQ(foundation_standin::NodesMisused(), misused);
-}
 
 TEST(TaskQueue, LosesNothingWhenThreadsCommitDuringADrain) {
   constexpr int kThreads = 4;
@@ -111,21 +74,6 @@ class ConfigTest : public testing::Test {
   const std::filesystem::path file_ =
       testing::UnitTest::GetInstance()->current_test_info()->name() + std::string(".json");
 };
-
-TEST_F(ConfigTest, GivesWhatWasLoadedOrSetAndOtherwiseTheDefault) {
-  ASSERT_EQ(Load(R"({"ZELK": {"NAME": "Demo", "EMPTY": ""}, "OTHER": {}})"), "");
-  core_standin::SetConfig("OTHER", "NAME", "set");
-  const struct {
-    const char *section, *key, *value;
-  } cases[] = {
-      {"ZELK", "NAME", "Demo"},  {"ZELK", "EMPTY", ""},     {"OTHER", "NAME", "set"},
-      {"ZELK", "name", "none"},  {"zelk", "NAME", "none"},  {"ZELK", "ABSENT", "none"},
-      {nullptr, "NAME", "none"}, {"ZELK", nullptr, "none"},
-  };
-  for (const auto& row : cases) {
-    EXPECT_STREQ(Config::GetString(row.key, "none", row.section).c_str(), row.value);
-  }
-}
 
 TEST_F(ConfigTest, RefusesWhatIsNoObjectOfObjectsOfTextsAndSaysWhere) {
   ASSERT_EQ(Load(R"({"ZELK": {"NAME": "Demo"}})"), "");

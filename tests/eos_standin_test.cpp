@@ -330,53 +330,7 @@ TEST_F(EosStandin, KeepsThePersistentAuthorisationUntilItIsDeleted) {
 
 // --- completions ---
 
-TEST_F(EosStandin, RunsNoMoreCompletionsInATickThanItMay) {
-  LimitCompletionsPerTick(2);
-  const EOS_Friends_QueryFriendsOptions options{1, nullptr};
-  for (int i = 0; i < 5; ++i) EOS_Friends_QueryFriends(friends, &options, nullptr, nullptr);
-  for (const int64_t left : {3, 1, 0}) {
-    Tick();
-    EXPECT_EQ(OutstandingNow().operations, left);
-  }
-}
-
 // --- the world ---
-
-TEST_F(EosStandin, KnowsFriendsAndTheirUserInfoOnceQueried) {
-  Login();
-  const EOS_Friends_GetFriendsCountOptions count{1, Id(kPlayer)};
-  EXPECT_EQ(EOS_Friends_GetFriendsCount(friends, &count), 0);
-  EXPECT_EQ(QueryFriends(), EOS_Success);
-  ASSERT_EQ(EOS_Friends_GetFriendsCount(friends, &count), 100002);
-
-  EOS_UserInfo* info = nullptr;
-  const EOS_Friends_GetFriendAtIndexOptions last{1, Id(kPlayer), 100001};
-  const EOS_EpicAccountId generated = EOS_Friends_GetFriendAtIndex(friends, &last);
-  char text[EOS_EPICACCOUNTID_MAX_LENGTH + 1];
-  int32_t length = sizeof text;
-  ASSERT_EQ(EOS_EpicAccountId_ToString(generated, text, &length), EOS_Success);
-  EXPECT_EQ(CopyUserInfo(text, &info), EOS_NotFound);
-  EXPECT_EQ(QueryUserInfo(generated), EOS_Success);
-  ASSERT_EQ(CopyUserInfo(text, &info), EOS_Success);
-  EXPECT_STREQ(info->DisplayName, "Friend 100000");
-  EOS_UserInfo_Release(info);
-  EXPECT_EQ(QueryUserInfo(Id("00000000000000000000000000000bad")), EOS_NotFound);
-
-  const EOS_Friends_GetStatusOptions status{1, Id(kPlayer), Id(kFriend)};
-  EXPECT_EQ(EOS_Friends_GetStatus(friends, &status), EOS_EFriendsStatus::EOS_FS_InviteSent);
-}
-
-TEST_F(EosStandin, KnowsResultsByNameAndByNumber) {
-  for (const auto& [number, name] :
-       {std::pair{30, "EOS_Missing_Feature"}, std::pair{1013, "EOS_Auth_Expired"},
-        std::pair{1080, "EOS_Auth_NoRealId"},
-        std::pair{7007, "EOS_Connect_ExternalServiceConfigurationFailure"},
-        std::pair{4711, "EOS_Unknown"}}) {
-    EXPECT_STREQ(EOS_EResult_ToString(static_cast<EOS_EResult>(number)), name);
-    AddRule({.call = "EOS_Auth_Login", .result = number});
-    EXPECT_EQ(Login().results, std::vector{static_cast<EOS_EResult>(number)});
-  }
-}
 
 TEST(EosWorld, SaysWhatIsWrongWithAFile) {
   const std::pair<std::string, std::string> rows[] = {

@@ -123,22 +123,6 @@ TEST_F(Foundation, JsonWriterKeepsTheOrderAndReplacesWhatIsNoUtf8) {
                                     "\"t\":\"\\\"\\n\",\"bad\":\"x\xef\xbf\xbd\\u0000\"}");
 }
 
-TEST_F(Foundation, JsonReaderGivesMembersAsText) {
-  const auto member = std::make_unique<JSONReaderParse>(JSONReaderParse(
-      R"({"o":{"s":"t\u00e9","i":-7,"b":false,"f":0.5,"n":null,"a":[1],"e":{}}})")["o"]);
-  const std::pair<const char*, const char*> cases[] = {
-      {"s", "t\xc3\xa9"}, {"i", "-7"}, {"b", "false"}, {"f", "0.5"},
-      {"n", ""},          {"a", ""},   {"e", ""},      {"none", ""}};
-  for (const auto& [key, expected] : cases) {
-    std::string text = "left over";
-    (*member)[key].Convert(text, false);
-    EXPECT_EQ(text, expected) << key;
-    EXPECT_EQ((*member)[key].IsObject(), std::string("e") == key);
-    EXPECT_EQ(member->HasMember(key), std::string("none") != key);
-    EXPECT_FALSE((*member)[key].HasMember("x"));
-  }
-}
-
 TEST_F(Foundation, JsonReaderSurvivesMalformedAndHostileTexts) {
   std::string objects;
   for (std::size_t depth = 0; depth < kMillion; ++depth) objects += "{\"a\":";
@@ -229,37 +213,6 @@ TEST_F(Foundation, StoreNeverOverwritesWhatItCannotReadAndAnswersFromMemory) {
   EXPECT_FALSE(Set("a", "2"));
   EXPECT_EQ(sink_->lines.size(), 3U);
   EXPECT_EQ(Get("a"), "2");
-}
-
-TEST_F(Foundation, IsUsedFromManyThreadsAtOnce) {
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([key = std::to_string(thread)] {
-      for (int time = 0; time < 10; ++time) {
-        LogAt(kLogInfo, key.c_str());
-        EXPECT_TRUE(Set(key, std::to_string(time)));
-      }
-    });
-  }
-  for (int time = 0; time < 100; ++time) foundation_standin::SetLogSinks({sink_});
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(sink_->lines.size(), 40U);
-  EXPECT_EQ(GetAgain("3"), "9");
-}
-
-TEST_F(Foundation, NodesAreCountedAndFailOnDemand) {
-  const int64_t before = foundation_standin::NodesOut();
-  const int64_t misused = foundation_standin::NodesMisused();
-  foundation_standin::FailNodeAllocations(1);
-  EXPECT_EQ(zelk_tp_stl_ex::allocate_node(8), nullptr);
-  EXPECT_EQ(zelk_tp_stl_ex::allocate_node(~uint64_t{0}), nullptr);
-  for (const uint64_t released_as : {8U, 9U}) {
-    void* node = zelk_tp_stl_ex::allocate_node(8);
-    EXPECT_EQ(foundation_standin::NodesOut(), before + 1);
-    zelk_tp_stl_ex::deallocate_node(node, released_as);
-    EXPECT_EQ(foundation_standin::NodesOut(), before);
-    EXPECT_EQ(foundation_standin::NodesMisused(), misused + static_cast<int64_t>(released_as - 8));
-  }
 }
 
 }  // namespace

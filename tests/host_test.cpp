@@ -157,26 +157,6 @@ TEST_F(Host, PlayAnswersGoodLinesInOrderAndGoesOnAfterBadOnes) {
   EXPECT_EQ(outcome.status, 2);
 }
 
-TEST_F(Host, PlayHandsOverEveryField) {
-  const std::vector<Json> events = Events(
-      Play(kLogin + kDrain +
-           R"({"call":"friends","method_id":-5,"seq_id":"f","page":2,"count":3,"is_in_game":true})"
-           "\n" +
-           kDrain));
-  ASSERT_EQ(events.size(), 2U);
-  const Json& record = events[1]["record"];
-  EXPECT_EQ(record["method_id"], -5);
-  EXPECT_EQ(record["extra_json"], R"({"total":25,"current":6,"is_in_game":true})");
-  EXPECT_EQ(record["friend_info_list"].size(), 3U);
-}
-
-TEST_F(Host, PlayMixesLogLinesWithResultsAsTheyHappen) {
-  const Outcome outcome = Play(kAuto, "--log - --log-level error");
-  EXPECT_THAT(Summary(outcome),
-              ElementsAre("[a], LoginEndWithInvalidArgument [LoginMode]", "AuthResult a 11"));
-  EXPECT_EQ(Events(outcome)[0]["level"], 3);
-}
-
 struct StatusRow {
   const char* name;
   std::string script;
@@ -264,34 +244,6 @@ TEST_F(Host, BadArgumentsAndFilesAreSaidOnStandardErrorOnly) {
   }
 }
 
-TEST_F(Host, KeepsASignInFromOneProcessToTheNextUntilTheLogout) {
-  EXPECT_EQ(Run("auto-login").status, 1);
-  EXPECT_THAT(Run("logout").err, testing::StartsWith("logout: no sign-in was kept"));
-  EXPECT_EQ(Run("login --mode IDPassword --id newcomer --password secret").status, 0);
-  EXPECT_THAT(Run("auto-login").out, HasSubstr("Pia Neuhold"));
-  const Outcome friends = Run("friends --count 5");
-  EXPECT_THAT(friends.out, HasSubstr("invite sent"));
-  EXPECT_THAT(friends.out, HasSubstr("page 1: 1 of 1 friends"));
-  EXPECT_EQ(Run("logout").status, 0);
-  EXPECT_THAT(Summary(Run("--json auto-login")), ElementsAre("AuthResult auto-login 11"));
-  // EOS has forgotten the newcomer too: the portal signs in whom the world says.
-  EXPECT_THAT(Run("login").out, HasSubstr("Ylva"));
-}
-
-TEST_F(Host, SaysByWhatThePlayerWasSignedIn) {
-  const std::string expired = R"({"EOS_Auth_Login":[{"skip":2,"result":4}]}})";
-  const Outcome late = Run("login --mode PinGrant --world " + File("world", kOneFriend + expired));
-  EXPECT_EQ(late.status, 1);
-  EXPECT_THAT(late.err, HasSubstr("login: EOS reported EOS_Auth_PinGrantCode"));
-  const Outcome pin = Run("login --mode PinGrant");
-  EXPECT_EQ(pin.status, 0);
-  EXPECT_THAT(pin.err, HasSubstr("QX7TK2WB at https://www.epicgames.com/activate within 600 s"));
-  EXPECT_THAT(pin.out, HasSubstr("by   login mode"));
-  const Outcome kept = Run("login --mode IDPassword --id player < " + File("pass", "guess\n"));
-  EXPECT_THAT(kept.out, HasSubstr("by   persistent authorisation"));
-  EXPECT_THAT(kept.err, HasSubstr("--id and --password not used"));
-}
-
 TEST_F(Host, ShowsNoTokenToPeopleAndEveryTokenToPrograms) {
   const Json record = Events(Run("--json login"))[0]["record"];
   const Json login = Json::parse(record["channel_info"].get<std::string>());
@@ -319,13 +271,6 @@ TEST_F(Host, EscapesAndAlignsTextsOfOthers) {
 #if !defined(_WIN32)
   EXPECT_EQ(fs::status(folder_ / "log").permissions(), fs::perms(0600));
 #endif
-}
-
-TEST_F(Host, TheTourGivesEveryResultAsJson) {
-  const Outcome outcome = Run("--json tour");
-  EXPECT_THAT(outcome.err, IsEmpty());
-  EXPECT_EQ(Summary(outcome).size(), 7U);
-  EXPECT_EQ(Summary(outcome).back(), "AuthPluginResult auto-sign-in 0");
 }
 
 TEST_F(Host, TheTourShowsEveryStepWithItsEosWork) {

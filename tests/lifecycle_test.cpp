@@ -26,20 +26,6 @@ TEST_F(Lifecycle, CallsBeforeTheFirstLoginTouchNothing) {
   EXPECT_EQ(CountCalls("EOS_Auth_Logout"), 0);
 }
 
-TEST_F(Lifecycle, FirstCallsOnManyThreadsMakeOneObject) {
-  std::atomic<bool> go = false;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      while (!go) std::this_thread::yield();
-      plugin().update();
-    });
-  }
-  go = true;
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(CountLines("EpicAuth construction"), 1);
-}
-
 TEST_F(Lifecycle, FriendMessagesGoToTheCore) {
   using SendMessage = void (*)(const zelk::FriendReqInfo&, const zelk::SdkString&);
   const auto send = reinterpret_cast<SendMessage>(plugin().Find(zelk::host::kSendMessageName));

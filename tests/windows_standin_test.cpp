@@ -2,10 +2,7 @@
 // seen.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -48,30 +45,6 @@ TEST(WindowsStandin, CountsAThreadUntilItEndsAndItsHandleUntilItIsClosed) {
   EXPECT_EQ(CreateThread(nullptr, 0, AnswerSeven, nullptr, 0, nullptr), nullptr);
   EXPECT_EQ(windows_standin::ThreadsRunning() + windows_standin::HandlesOpen(), 0);
   windows_standin::FailCreateThread(false);
-}
-
-// Lowering takes no right, so it shows what raising does where it is allowed.
-DWORD TellNiceBelowNormal(LPVOID answer) {
-  SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
-  while (!may_end) std::this_thread::yield();
-  *static_cast<int*>(answer) = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
-  return 0;
-}
-
-TEST(WindowsStandin, SchedulesAThreadByThePriorityThatItRemembers) {
-  const int normal = getpriority(PRIO_PROCESS, 0);
-  int nice = normal;
-  may_end = false;
-  const HANDLE thread = CreateThread(nullptr, 0, TellNiceBelowNormal, &nice, 0, nullptr);
-  while (GetThreadPriority(thread) != THREAD_PRIORITY_BELOW_NORMAL) std::this_thread::yield();
-  EXPECT_FALSE(SetThreadPriority(thread, 7));
-  EXPECT_TRUE(SetThreadPriority(thread, THREAD_PRIORITY_LOWEST));
-  EXPECT_EQ(windows_standin::LastPrioritySet(), THREAD_PRIORITY_LOWEST);
-  EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_NORMAL);
-  AwaitThreads();
-  EXPECT_EQ(nice, std::min(normal + 10, 19));
-  EXPECT_TRUE(CloseHandle(thread));
-  EXPECT_EQ(GetThreadPriority(thread), THREAD_PRIORITY_ERROR_RETURN);
 }
 
 DWORD HoldUntilTheEnd(LPVOID module) {
