@@ -45,6 +45,7 @@ EosLock::EosLock() { const std::scoped_lock first_use(sleep_mutex_, worker_mutex
 // Relaxed: what the owner before wrote is seen through `now_serving_`.
 void EosLock::lock() {
   if (!IsHeldByThisThread()) {
+    while (newcomers_blocked_.load()) std::this_thread::sleep_for(kSleepTime);
     const uint32_t ticket = next_ticket_.fetch_add(1, std::memory_order_relaxed);
     const auto is_turn = [=, this] { return now_serving_.load() == ticket; };
     if (!SpinUntil(is_turn)) {
@@ -58,8 +59,9 @@ void EosLock::lock() {
   ++depth_;
 }
 
-// A ticket cannot be given back: one is drawn only when it is served at once; until then the
-// workers yield. Counts its sleeps and not the clock, which goes on while a process is stopped.
+// A ticket cannot be given back: one is drawn only when it is served at once; until then no
+// other thread draws one. Counts its sleeps and not the clock, which goes on while a process is
+// stopped.
 bool EosLock::try_lock_for(std::chrono::milliseconds timeout) {
   const auto try_enter = [this] {
     uint32_t ticket = now_serving_.load();
@@ -68,11 +70,11 @@ bool EosLock::try_lock_for(std::chrono::milliseconds timeout) {
     owner_.store(std::this_thread::get_id(), std::memory_order_relaxed);
     return true;
   };
-  workers_blocked_.store(true);
+  newcomers_blocked_.store(true);
   for (; !SpinUntil(try_enter) && timeout.count() > 0; timeout -= kSleepTime) {
     std::this_thread::sleep_for(kSleepTime);
   }
-  workers_blocked_.store(false);
+  newcomers_blocked_.store(false);
   if (!IsHeldByThisThread()) return false;
   ++depth_;
   return true;
@@ -97,23 +99,19 @@ bool EosLock::IsHeldByThisThread() const {
 
 // Relaxed: a ticket that is not seen here is seen at the next step.
 bool EosLock::IsWaitedFor() const {
-  return workers_blocked_.load(std::memory_order_relaxed) ||
+  return newcomers_blocked_.load(std::memory_order_relaxed) ||
          next_ticket_.load(std::memory_order_relaxed) != now_serving_.load() + 1;
 }
 
 // Without a thread of its own a worker's steps run inside a tick, which holds the lock already.
 WorkerStep::WorkerStep() {
-  if (!eos_lock.IsHeldByThisThread()) {
-    worker_lock_ = std::unique_lock(eos_lock.worker_mutex_);
-    while (eos_lock.workers_blocked_.load()) std::this_thread::sleep_for(kSleepTime);
-  }
+  if (!eos_lock.IsHeldByThisThread()) worker_lock_ = std::unique_lock(eos_lock.worker_mutex_);
   eos_ = std::unique_lock(eos_lock);
 }
 
 void WorkerStep::YieldToTick() {
   if (!worker_lock_ || !eos_lock.IsWaitedFor()) return;
   eos_.unlock();
-  while (eos_lock.workers_blocked_.load()) std::this_thread::sleep_for(kSleepTime);
   eos_.lock();
 }
 

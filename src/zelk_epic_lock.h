@@ -43,9 +43,9 @@ class EosLock {
   std::mutex sleep_mutex_;
   std::condition_variable turn_changed_;
   std::atomic<std::thread::id> owner_{};
-  int depth_ = 0;                             // how often the owner has taken it; the owner's only
-  std::atomic<bool> workers_blocked_{false};  // for a thread that waits without a ticket
-  std::mutex worker_mutex_;                   // of the worker that may draw a ticket
+  int depth_ = 0;  // how often the owner has taken it; the owner's only
+  std::atomic<bool> newcomers_blocked_{false};  // for a thread that waits without a ticket
+  std::mutex worker_mutex_;                     // of the worker that may draw a ticket
 };
 
 // The one of the process. Never destroyed.
